@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <vmdatabase/vdivm.h>
+#include <vmdatabase/vmdatabase_export.h>
+
+#include <QtCore/QList>
+#include <QtCore/QMap>
+#include <QtCore/QReadWriteLock>
+#include <QtCore/QSharedPointer>
+#include <QtCore/QString>
+
+class RemoteApp;
+class VmPoolNode;
+
+/// The store behind a VmDatabase: three tables, each with its lock. Exported and installed, without any promise of
+/// source stability. What is not explained here is explained at the operation of the same name of VmDatabase.
+///
+/// Locks: a table's lock is taken before a record's, never the reverse; no operation holds two table locks; none
+/// outlives a call, and a read lock is never upgraded in place.
+class VMDATABASE_EXPORT VmDatabasePrivate
+{
+    Q_DISABLE_COPY(VmDatabasePrivate)
+
+public:
+    /// A store with three empty tables.
+    VmDatabasePrivate();
+
+    /// Empties the pools as clearVmPoolList() does and drops the SaaS applications. Remote applications that are still
+    /// listed are not deleted: that is meant.
+    virtual ~VmDatabasePrivate();
+
+    /// \name The frame
+    /// @{
+
+    /// Takes all pools out under the write lock. Each goes, with its items, by QObject::deleteLater(): pointers to it
+    /// stay usable until the event loop of its thread runs deferred deletions; without a loop it is never freed.
+    void clearVmPoolList();
+
+    /// Every pool in ascending uuid order. No lock: pools must not be added or removed meanwhile.
+    QList<VmPoolNode *> getPoolNodeList();
+
+    void printDatabase();
+
+    /// The pool under \a parentUuid, made on first mention; null for an empty uuid, which is logged as critical, or
+    /// when another thread removed it at once. Locks for the lookup only. Two first mentions at once make two pools:
+    /// the later one stays and both callers get what the table then holds, the earlier is lost, not deleted.
+    VmPoolNode *getVmPool(const QString &parentUuid);
+
+    /// @}
+    /// \name Values of pools, items and policies
+    /// @{
+
+    QString getNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key);
+    QString getPoolNodeValue(const QString &uuid, int key);
+
+    /// Unlike the public operation it refuses nothing: VdiVM::UnknownNode is a pool, an empty item uuid is a uuid.
+    void setNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key,
+                      const QString &value);
+    void setPoolNodeValue(const QString &uuid, int key, const QString &value);
+    void resetNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key);
+
+    QString getPolicyValue(const QString &parentUuid, const QString &uuid, const VdiVM::PolicyType &type, int key);
+    void setPolicyValue(const QString &parentUuid, const QString &uuid, const VdiVM::PolicyType &type, int key,
+                        const QString &value);
+
+    /// @}
+
+private:
+    friend class VmDatabase; // for the decisions that the facade makes over the tables
+
+    QReadWriteLock poolLock; // guards pools, and only pools
+    QMap<QString, VmPoolNode *> pools;
+    QReadWriteLock remoteAppLock; // guards remoteApps, and only remoteApps
+    QMap<QString, RemoteApp *> remoteApps;
+    QReadWriteLock saasAppLock; // guards saasApps, and only saasApps
+    QMap<QString, QSharedPointer<RemoteApp>> saasApps;
+};

