@@ -69,3 +69,135 @@ void VmDatabase::setPolicyValue(const QString &parentUuid, const QString &uuid, 
     if (d)
         d->setPolicyValue(parentUuid, uuid, type, key, value);
 }
+
+int VmDatabase::getItemCount()
+{
+    return d ? d->getItemCount() : 0;
+}
+
+int VmDatabase::getItemCountByServerIp(const QString &serverIp)
+{
+    return d ? d->getItemCountByServerIp(serverIp) : 0;
+}
+
+QString VmDatabase::getItemUuid(int index)
+{
+    return d ? d->getItemUuid(index) : emptyText();
+}
+
+int VmDatabase::getItemType(int index)
+{
+    return d ? d->getItemType(index) : 0;
+}
+
+int VmDatabase::getItemTypeByUuid(const QString &uuid)
+{
+    return d ? d->getItemTypeByUuid(uuid) : 0;
+}
+
+QString VmDatabase::getParentUuid(const QString &uuid)
+{
+    return d ? d->getParentUuid(uuid) : emptyText();
+}
+
+QString VmDatabase::getUuidByParentUuid(const QString &parentUuid)
+{
+    return d ? d->getUuidByParentUuid(parentUuid) : emptyText();
+}
+
+QString VmDatabase::getResourceNameByParentUuid(const QString &parentUuid)
+{
+    return d ? d->getResourceNameByParentUuid(parentUuid) : emptyText();
+}
+
+QList<QString> VmDatabase::getChildrenByParentUuid(const QString &parentUuid)
+{
+    return d ? d->getChildrenByParentUuid(parentUuid) : QList<QString>();
+}
+
+QList<QString> VmDatabase::getVmPoolNameList()
+{
+    return d ? d->getVmPoolNameList() : QList<QString>();
+}
+
+void VmDatabase::removeNode(const QString &uuid)
+{
+    if (d)
+        d->removeNode(uuid);
+}
+
+void VmDatabase::removeNodesByServerIp(const QString &serverIp)
+{
+    if (d)
+        d->removeNodesByServerIp(serverIp);
+}
+
+void VmDatabase::removeChildrenByParentUuid(const QString &parentUuid)
+{
+    if (d)
+        d->removeChildrenByParentUuid(parentUuid);
+}
+
+int VmDatabase::getAppCount()
+{
+    return d->getAppCount(); // unguarded, and meant: see the header
+}
+
+QList<QString> VmDatabase::getAppNames()
+{
+    return d ? d->getAppNames() : QList<QString>();
+}
+
+QString VmDatabase::getRemoteAppId(int index)
+{
+    return d ? d->getRemoteAppId(index) : emptyText();
+}
+
+QString VmDatabase::getRemoteAppValue(QString appId, int key)
+{
+    return d ? d->getRemoteAppValue(appId, key) : emptyText();
+}
+
+void VmDatabase::setRemoteAppValue(QString appId, int key, const QString &value)
+{
+    if (d)
+        d->setRemoteAppValue(appId, key, value);
+}
+
+void VmDatabase::deleteRemoteApp(QString appId)
+{
+    if (d)
+        d->deleteRemoteApp(appId);
+}
+
+void VmDatabase::setRemoteAppControlPolicy(QString appId, const QJsonObject &policy)
+{
+    if (d)
+        d->setRemoteAppControlPolicy(appId, policy);
+}
+
+int VmDatabase::getSaasAppCount()
+{
+    return d->getSaasAppCount(); // unguarded
+}
+
+QString VmDatabase::getSaasAppId(int index)
+{
+    return d ? d->getSaasAppId(index) : emptyText();
+}
+
+QString VmDatabase::getSaasAppValue(QString appId, int key)
+{
+    return d ? d->getSaasAppValue(appId, key) : emptyText();
+}
+
+void VmDatabase::setSaasAppValue(QString appId, int key, const QString &value)
+{
+    if (d)
+        d->setSaasAppValue(appId, key, value);
+}
+
+void VmDatabase::clearSaasAppList()
+{
+    d->clearSaasAppList(); // unguarded
+}

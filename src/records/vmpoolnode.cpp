@@ -39,7 +39,7 @@ void VmPoolNode::removeVmItem(const QString &uuid)
     if (it == items.end() || !it.value())
         return;
     delete it.value();
-    items.erase(it); // not remove(uuid): the uuid may have been the item's own
+    items.erase(it);
 }
 
 void VmPoolNode::clearVmItem()

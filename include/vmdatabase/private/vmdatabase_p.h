@@ -12,7 +12,9 @@
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 
+class QJsonObject;
 class RemoteApp;
+class VmNode;
 class VmPoolNode;
 
 /// The store behind a VmDatabase: three tables, each with its lock. Exported and installed, without any promise of
@@ -67,9 +69,69 @@ public:
                         const QString &value);
 
     /// @}
+    /// \name The tree
+    /// @{
+
+    int getItemCount();
+    int getItemCountByServerIp(const QString &serverIp);
+
+    /// All nodes: pool by pool, each pool's items and then the pool itself. Locked for the whole walk.
+    QList<VmNode *> getItemList();
+    QString getItemUuid(int index);
+    int getItemType(int index);
+    int getItemTypeByUuid(const QString &uuid);
+    QString getParentUuid(const QString &uuid);
+    QString getUuidByParentUuid(const QString &parentUuid);
+    QString getResourceNameByParentUuid(const QString &parentUuid);
+    QList<QString> getChildrenByParentUuid(const QString &parentUuid);
+    QList<QString> getVmPoolNameList();
+    void removeNode(const QString &uuid);
+    void removeNodesByServerIp(const QString &serverIp);
+    void removeChildrenByParentUuid(const QString &parentUuid);
+
+    /// @}
+    /// \name Groups of pools
+    /// Snapshots, gathered in ascending uuid order with the table locked; the pools stay the store's and valid until
+    /// they are removed.
+    /// @{
+
+    /// The pools of every group by group name, without those that have none. The lists are the caller's to delete.
+    QMap<QString, QList<VmPoolNode *> *> getGroupedVmPool();
+
+    /// The pools of \a group; those without a group if it is empty. Never null.
+    QSharedPointer<QList<VmPoolNode *>> getVmPoolListByGroup(QString group);
+
+    /// @}
+    /// \name Applications
+    /// @{
+
+    int getAppCount();
+    QList<QString> getAppNames();
+    QString getRemoteAppId(int index);
+    QString getRemoteAppValue(QString appId, int key);
+
+    /// As getRemoteAppValue(), but an id without a record answers a null text and is not logged.
+    QString getRemoteAppValueByName(const QString &appId, int key);
+    void setRemoteAppValue(QString appId, int key, const QString &value);
+    void deleteRemoteApp(QString appId);
+    const QJsonObject &getRemoteAppControlPolicy(QString appId);
+    void setRemoteAppControlPolicy(QString appId, const QJsonObject &policy);
+
+    /// Emits nothing: the signal is the facade's.
+    void clearRemoteAppList();
+
+    int getSaasAppCount();
+    QString getSaasAppId(int index);
+    QString getSaasAppValue(QString appId, int key);
+    void setSaasAppValue(QString appId, int key, const QString &value);
+    void clearSaasAppList();
+
+    /// @}
 
 private:
     friend class VmDatabase; // for the decisions that the facade makes over the tables
+
+    VmNode *nodeAt(int index);
 
     QReadWriteLock poolLock; // guards pools, and only pools
     QMap<QString, VmPoolNode *> pools;

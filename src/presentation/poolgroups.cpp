@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "vmdatabase/private/vmdatabase_p.h"
+#include "vmdatabase/vmdatabase.h"
+
+#include "log_p.h"
+#include "poolordering_p.h"
+#include "text_p.h"
+#include "vmdatabase/vmpoolnode.h"
+
+#include <utility>
+
+QMap<QString, QList<VmPoolNode *> *> VmDatabasePrivate::getGroupedVmPool()
+{
+    QReadLocker locker(&poolLock);
+    QMap<QString, QList<VmPoolNode *> *> groups;
+    for (VmPoolNode *pool : std::as_const(pools)) {
+        if (!pool)
+            continue;
+        const QString name = pool->getValue(VdiVM::GroupKey);
+        if (name.isEmpty())
+            continue;
+        QList<VmPoolNode *> *&group = groups[name];
+        if (!group)
+            group = new QList<VmPoolNode *>;
+        *group << pool;
+    }
+    return groups;
+}
+
+QSharedPointer<QList<VmPoolNode *>> VmDatabasePrivate::getVmPoolListByGroup(QString group)
+{
+    const auto list = QSharedPointer<QList<VmPoolNode *>>::create();
+    QReadLocker locker(&poolLock);
+    for (VmPoolNode *pool : std::as_const(pools)) {
+        if (pool->getValue(VdiVM::GroupKey) == group)
+            *list << pool;
+    }
+    return list;
+}
+
+bool VmDatabase::wheelVmGroup(QString group, QString &uuid)
+{
+    if (!d)
+        return false;
+    const auto pools = d->getVmPoolListByGroup(group);
+    for (VmPoolNode *pool : std::as_const(*pools)) {
+        Log::info() << "xx wheelVmGroup keyUuid: " << pool->getValue(VdiVM::UuidKey) << ", keyFailedToConnect "
+                    << pool->getValue(VdiVM::FailedToConnectKey);
+    }
+    if (pools->isEmpty())
+        return false;
+
+    sortPools(*pools);
+    bool usable = false;
+    for (VmPoolNode *pool : std::as_const(*pools)) {
+        pool->setValue(VdiVM::HiddenKey, QStringLiteral("1"));
+        usable = usable || toUnsigned(pool->getValue(VdiVM::FailedToConnectKey)) == 0;
+    }
+    VmPoolNode *lead = pools->constFirst();
+    lead->setValue(VdiVM::HiddenKey, QStringLiteral("0"));
+    if (!usable)
+        return false;
+    uuid = lead->getValue(VdiVM::UuidKey);
+    Log::info() << "wheelVmGroup select keyUuid: " << uuid;
+    return true;
+}

@@ -1,0 +1,108 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "vmdatabase/private/vmdatabase_p.h"
+#include "vmdatabase/vmdatabase.h"
+
+#include "log_p.h"
+#include "poolordering_p.h"
+#include "text_p.h"
+#include "vmdatabase/vmpoolnode.h"
+
+#include <utility>
+
+// A pool counts itself, so more than one means that it holds an item.
+static bool holdsItem(VmPoolNode *pool)
+{
+    return pool->getItemCount() > 1;
+}
+
+static bool allowsMultiDynamic(VmPoolNode *pool)
+{
+    return toSigned(pool->getValue(VdiVM::AllowMultiDynamicKey)) != 0;
+}
+
+static void show(VmPoolNode *pool)
+{
+    pool->setValue(VdiVM::HiddenKey, QStringLiteral("0"));
+}
+
+static void hide(VmPoolNode *pool)
+{
+    pool->setValue(VdiVM::HiddenKey, QStringLiteral("1"));
+}
+
+static void showUnlessItem(VmPoolNode *pool)
+{
+    if (holdsItem(pool))
+        hide(pool);
+    else
+        show(pool);
+}
+
+static void logDecision(const char *decision, VmPoolNode *pool)
+{
+    Log::info() << decision << pool->getValue(VdiVM::NameKey) << ", keyPerrior:" << pool->getValue(VdiVM::PriorityKey);
+}
+
+static void dealPool(VmPoolNode *pool)
+{
+    if (pool->haveActiveItem())
+        pool->setValue(VdiVM::FailedToConnectKey, QStringLiteral("0"));
+
+    const uint type = toUnsigned(pool->getValue(VdiVM::PoolTypeKey));
+    if (type == 1 || type == 7 || type == 3) {
+        showUnlessItem(pool);
+    } else if (!pool->getValue(VdiVM::GroupKey).isEmpty()) {
+        hide(pool); // its group decides later
+        logDecision("poolNode, SET HIDE ", pool);
+    } else if (!allowsMultiDynamic(pool)) {
+        showUnlessItem(pool);
+    } else {
+        logDecision("pool allowMultiDynamicDesktop, DO SHOW ", pool);
+        show(pool);
+    }
+}
+
+static void dealGroup(QList<VmPoolNode *> &pools)
+{
+    sortPools(pools);
+    bool hasItems = false;
+    bool multiDynamic = false;
+    for (VmPoolNode *pool : std::as_const(pools)) {
+        hide(pool);
+        logDecision("poolNode, SET HIDE ", pool);
+        hasItems = hasItems || holdsItem(pool);
+        multiDynamic =
+            multiDynamic || (allowsMultiDynamic(pool) && toUnsigned(pool->getValue(VdiVM::PreferredKey)) != 0);
+    }
+
+    VmPoolNode *lead = pools.constFirst();
+    if (multiDynamic) {
+        show(lead);
+        logDecision("GROUP allowMultiDynamicDesktop, DO SHOW ", lead);
+    } else if (!hasItems) {
+        show(lead);
+        logDecision("GROUP do not have Item, DO SHOW ", lead);
+    }
+}
+
+void VmDatabase::dealVmPools()
+{
+    if (!d)
+        return;
+    const QList<VmPoolNode *> pools = d->getPoolNodeList();
+    for (VmPoolNode *pool : pools)
+        dealPool(pool);
+    dealVmGroupPool();
+}
+
+void VmDatabase::dealVmGroupPool()
+{
+    if (!d)
+        return;
+    const auto groups = d->getGroupedVmPool();
+    for (QList<VmPoolNode *> *group : groups)
+        dealGroup(*group);
+    qDeleteAll(groups);
+}
