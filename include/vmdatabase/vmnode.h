@@ -33,12 +33,12 @@ public:
     /// Stores an empty, not null text under \a key. The key stays, or is added: it is not removed.
     void resetValue(int key);
 
-    /// Logs one line at info level: [ printContent ] VmNode content = "|(pool)== Uuid: p-1; Name: Office;", in
+    /// Logs one line at info level: [ printContent ] VmNode content =  "|(pool)== Uuid: p-1; Name: Office;", in
     /// ascending key order, "|(vm)====" for anything but a pool, and no label for a key that has none. Values go
     /// through the local 8-bit encoding and are read back as UTF-8 up to the first NUL, so plain ASCII prints
     /// unchanged.
     ///
-    /// The line is written with the record's read lock held: a message handler must not write to the same node.
+    /// The line is written with the record's read lock held: a message handler must not use the same node.
     void printContent();
 
     /// A VdiVM::VmType. Set once, right after construction, by whoever creates the node; read without a lock.

@@ -11,7 +11,8 @@
 /// order. getItemCount() and getItemList() count the pool itself as the last element; getVmItemList() does not.
 ///
 /// The values are thread-safe, see VmNode. The items are guarded by no lock: one pool's items may be changed by one
-/// thread at a time and not be read meanwhile. No operation logs. A null item pointer is tolerated everywhere.
+/// thread at a time and not be read meanwhile. The operations here log nothing. A null item pointer is tolerated
+/// everywhere.
 class VMDATABASE_EXPORT VmPoolNode : public VmNode
 {
     Q_OBJECT
@@ -34,11 +35,12 @@ public:
     /// Whether something is filed under \a uuid, a null pointer included.
     bool isExistVmItem(const QString &uuid);
 
-    /// Deletes the item filed under \a uuid at once and takes its entry out. Does nothing for an unknown uuid, nor for
+    /// Deletes the item filed under \a uuid at once and then takes its entry out: what is connected to its destroyed()
+    /// must not use the pool. Does nothing for an unknown uuid, nor for
     /// a null pointer, whose entry stays.
     void removeVmItem(const QString &uuid);
 
-    /// Deletes all items at once, in uuid order, and takes all entries out.
+    /// Deletes all items at once, in uuid order, and then takes all entries out, as removeVmItem() does.
     void clearVmItem();
 
     /// The number of entries plus one, for the pool itself: 1 for an empty pool.

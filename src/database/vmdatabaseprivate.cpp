@@ -34,7 +34,8 @@ QList<VmPoolNode *> VmDatabasePrivate::getPoolNodeList()
 
 void VmDatabasePrivate::printDatabase()
 {
-    for (VmPoolNode *pool : std::as_const(pools)) {
+    const QList<VmPoolNode *> list = getPoolNodeList();
+    for (VmPoolNode *pool : list) {
         pool->printContent();
         const QList<VmNode *> items = pool->getVmItemList();
         for (VmNode *node : items) {

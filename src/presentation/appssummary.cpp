@@ -13,8 +13,11 @@ QMap<QString, QString> VmDatabase::getAppsInfo()
     const QMap<QString, RemoteApp *> apps = d->remoteApps; // a copy, so that later changes do not disturb the walk
     QMap<QString, QString> info;
     for (RemoteApp *app : apps) {
-        if (app)
-            info.insert(app->getValue(VdiVM::AppSummaryKey), app->getValue(VdiVM::AppSummaryValueKey));
+        if (!app)
+            continue;
+        // The key is read first: beside a writer of both values the order shows.
+        const QString key = app->getValue(VdiVM::AppSummaryKey);
+        info.insert(key, app->getValue(VdiVM::AppSummaryValueKey));
     }
     return info;
 }

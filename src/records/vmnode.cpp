@@ -7,10 +7,11 @@
 #include "text_p.h"
 #include "vmdatabase/vdivm.h"
 
-// Implicitly shared by every node: copying it costs a reference count where building it costs twenty insertions.
+// Implicitly shared by every node: copying it costs a reference count where building it costs twenty insertions. Never
+// destroyed, so that clients may still make nodes while the process exits.
 static const QMap<int, QString> &nodeKeyNames()
 {
-    static const QMap<int, QString> names{
+    static const auto &names = *new QMap<int, QString>{
         {VdiVM::UuidKey, QStringLiteral("Uuid")},
         {VdiVM::IdKey, QStringLiteral("Id")},
         {VdiVM::NameKey, QStringLiteral("Name")},

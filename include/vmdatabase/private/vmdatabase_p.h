@@ -6,13 +6,13 @@
 #include <vmdatabase/vdivm.h>
 #include <vmdatabase/vmdatabase_export.h>
 
+#include <QtCore/QJsonObject>
 #include <QtCore/QList>
 #include <QtCore/QMap>
 #include <QtCore/QReadWriteLock>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 
-class QJsonObject;
 class RemoteApp;
 class VmNode;
 class VmPoolNode;
@@ -46,9 +46,10 @@ public:
 
     void printDatabase();
 
-    /// The pool under \a parentUuid, made on first mention; null for an empty uuid, which is logged as critical, or
-    /// when another thread removed it at once. Locks for the lookup only. Two first mentions at once make two pools:
-    /// the later one stays and both callers get what the table then holds, the earlier is lost, not deleted.
+    /// The pool under \a parentUuid, made on first mention. Null for an empty uuid, which is logged as critical,
+    /// "parent uuid is empty!!", or when another thread removed it at once, which callers report like an empty one.
+    /// Locks for the lookup only. Of two first mentions at once the later pool stays and the earlier one is lost,
+    /// neither deleted nor reachable; who came first may have got the lost one.
     VmPoolNode *getVmPool(const QString &parentUuid);
 
     /// @}
@@ -58,7 +59,7 @@ public:
     QString getNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key);
     QString getPoolNodeValue(const QString &uuid, int key);
 
-    /// Unlike the public operation it refuses nothing: VdiVM::UnknownNode is a pool, an empty item uuid is a uuid.
+    /// Checks less than the public operation: VdiVM::UnknownNode is a pool, an empty item uuid is a uuid.
     void setNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key,
                       const QString &value);
     void setPoolNodeValue(const QString &uuid, int key, const QString &value);
@@ -91,8 +92,8 @@ public:
 
     /// @}
     /// \name Groups of pools
-    /// Snapshots, gathered in ascending uuid order with the table locked; the pools stay the store's and valid until
-    /// they are removed.
+    /// Snapshots, gathered in ascending uuid order with the table locked; the pools stay the store's and
+    /// usable until deferred deletions run after their removal.
     /// @{
 
     /// The pools of every group by group name, without those that have none. The lists are the caller's to delete.

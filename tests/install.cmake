@@ -1,0 +1,44 @@
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
+# Installs into an empty prefix, then builds and runs a client by CMake package and by pkg-config.
+set(dir ${BUILD_DIR}/install-test)
+set(prefix ${dir}/prefix)
+file(REMOVE_RECURSE ${dir})
+file(MAKE_DIRECTORY ${dir})
+
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "${ARGN}: ${result}\n${output}${errors}")
+    endif()
+    set(output "${output}${errors}" PARENT_SCOPE)
+endfunction()
+
+function(expect_desktop)
+    if(NOT output MATCHES "\"Office\" \\(\"machine-1\"\\)")
+        message(FATAL_ERROR "The client printed:\n${output}")
+    endif()
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+set(ENV{ASAN_OPTIONS} detect_leaks=0) # the library's meant leaks
+set(ENV{LD_LIBRARY_PATH} ${prefix}/${LIBDIR})
+foreach(file libvmdatabase.so libvmdatabase.so.1 libvmdatabase.so.1.0.0)
+    if(NOT EXISTS ${prefix}/${LIBDIR}/${file})
+        message(FATAL_ERROR "${file} is not installed")
+    endif()
+endforeach()
+
+run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${dir}/package -D CMAKE_PREFIX_PATH=${prefix} -D CLIENT=${CLIENT}
+    -D CMAKE_CXX_COMPILER=${CXX} -D CMAKE_CXX_FLAGS=${CXX_FLAGS} -D CMAKE_BUILD_TYPE=${CONFIG})
+run(${CMAKE_COMMAND} --build ${dir}/package)
+run(${dir}/package/consumer)
+expect_desktop()
+
+set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)
+run(pkg-config --cflags --libs vmdatabase)
+separate_arguments(flags UNIX_COMMAND "${CXX_FLAGS} ${output}")
+run(${CXX} -std=c++17 -fPIC ${CLIENT} ${flags} -o ${dir}/pkgconfig-client)
+run(${dir}/pkgconfig-client)
+expect_desktop()

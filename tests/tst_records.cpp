@@ -1,0 +1,273 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "testsupport.h"
+
+#include <vmdatabase/remoteapp.h>
+#include <vmdatabase/vdivm.h>
+#include <vmdatabase/vmitemnode.h>
+#include <vmdatabase/vmpolicy.h>
+#include <vmdatabase/vmpoolnode.h>
+
+#include <limits>
+
+class tst_Records : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup() { runDeferredDeletions(); }
+
+    void values();
+    void dump();
+    void dumpEncoding();
+    void item();
+    void itemReleasesPolicies();
+    void poolItems();
+    void poolOwnership();
+    void activeItem_data();
+    void activeItem();
+    void remoteApp();
+    void metaObjects();
+};
+
+// What VmNode and VmPolicy have in common.
+template <typename Record>
+static void checkValues(Record &record)
+{
+    for (const int key : {0, 5, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+        QVERIFY(isNull(record.getValue(key)));
+        record.setValue(key, u"first"_s);
+        record.setValue(key, u"second"_s);
+        QCOMPARE(record.getValue(key), u"second"_s);
+        record.setValue(key, u""_s);
+        QVERIFY(isEmptyNotNull(record.getValue(key)));
+        record.setValue(key, QString());
+        QVERIFY(isNull(record.getValue(key)));
+    }
+}
+
+void tst_Records::values()
+{
+    LogCapture log;
+    VmNode node;
+    checkValues(node);
+    node.resetValue(5);
+    node.resetValue(309);
+    QVERIFY(isEmptyNotNull(node.getValue(5)));
+    QVERIFY(isEmptyNotNull(node.getValue(309)));
+
+    VmPolicy policy;
+    checkValues(policy);
+    policy.setValue(5, u"x"_s);
+    policy.clear();
+    policy.clear();
+    QVERIFY(isNull(policy.getValue(5)));
+    QCOMPARE(log.take(), QStringList());
+}
+
+void tst_Records::dump()
+{
+    LogCapture log;
+    VmNode node;
+    QCOMPARE(node.nodeType, 0);
+    node.printContent();
+    node.nodeType = 2;
+    node.printContent();
+    node.nodeType = 1;
+    node.printContent();
+    node.resetValue(7);
+    node.printContent();
+    const auto line = [](const char *text) {
+        return QStringLiteral("I: [ printContent ] VmNode content =  \"%1\"").arg(QLatin1String(text));
+    };
+    QCOMPARE(log.take(), QStringList({line("|(vm)===="), line("|(vm)===="), line("|(pool)=="), line("|(pool)== : ;")}));
+
+    // Every label, in key order whatever the order of writing.
+    VmNode full;
+    for (const int key : {307, 306, 305, 302, 301, 300, 205, 204, 203, 202, 201, 200, 101, 100, 6, 5, 4, 3, 1, 0})
+        full.setValue(key, QString::number(key));
+    full.setValue(3, u"a \"b\"\n"_s);
+    full.printContent();
+    QCOMPARE(log.take(),
+             QStringList(line("|(vm)==== Uuid: 0; Id: 1; Name: a \\\"b\\\"\\n; Server-IP: 4; OS-Type: 5; "
+                              "OS-Version: 6; Pool-Type: 100; Pool-Status: 101; Item-Status: 200; "
+                              "Item-PortStatus: 201; Item-AddressList: 202; Item-IpList: 203; Item-Active: 204; "
+                              "Item-IpUsed: 205; Server-Port: 300; VM-ResName: 301; "
+                              "VM-GatewayAccessStrategy: 302; VM-Perrior: 305; VM-FailedToConnect: 306; "
+                              "VM-Group: 307;")));
+}
+
+void tst_Records::dumpEncoding()
+{
+    LogCapture log;
+    VmNode node;
+    const QString value = u"caf\u00e9"_s + QChar(0) + u"lost"_s;
+    node.setValue(3, value);
+    node.printContent();
+    QString debugged;
+    QDebug(&debugged) << u"|(vm)==== Name: "_s + QString::fromUtf8(value.toLocal8Bit().constData()) + u";"_s;
+    QCOMPARE(log.take(), QStringList(u"I: [ printContent ] VmNode content =  "_s + debugged.trimmed()));
+    QVERIFY(!debugged.contains(u"lost"_s));
+}
+
+void tst_Records::item()
+{
+    VmPoolNode pool;
+    pool.setValue(0, u"p"_s);
+    pool.setValue(3, u"Office"_s);
+    VmItemNode item(&pool);
+    QCOMPARE(item.nodeType, 2);
+    QCOMPARE(item.parent(), nullptr);
+    QCOMPARE(item.getValue(204), u"0"_s);
+    QVERIFY(isNull(item.getValue(0)));
+    QVERIFY(isNull(item.getValue(3)));
+    QSet<VmPolicy *> policies;
+    for (const int type : {0, 1, 2, 3, 4, 6, 7, 8, 9, 10}) {
+        VmPolicy *policy = item.getVmPolicy(type);
+        QVERIFY(policy && isNull(policy->getValue(0)));
+        policies << policy;
+        policy->setValue(type, u"x"_s);
+        QCOMPARE(item.getVmPolicy(type)->getValue(type), u"x"_s);
+    }
+    QCOMPARE(policies.size(), 10);
+    for (const int type : {5, -1, 11, std::numeric_limits<int>::min()})
+        QCOMPARE(item.getVmPolicy(type), nullptr);
+    LiveObjects::ownLeftPolicies();
+}
+
+void tst_Records::itemReleasesPolicies()
+{
+    auto *item = new VmItemNode(nullptr);
+    VmPolicy *left = item->getVmPolicy(10);
+    left->setValue(1, u"kept"_s);
+    LiveObjects::ownLeftPolicies();
+    delete item;
+    QCOMPARE(left->getValue(1), u"kept"_s);
+}
+
+void tst_Records::poolItems()
+{
+    VmPoolNode pool;
+    QCOMPARE(pool.nodeType, 0);
+    QCOMPARE(pool.getItemCount(), 1);
+    QCOMPARE(pool.getItemList(), QList<VmNode *>({&pool}));
+    QCOMPARE(pool.getVmItemList(), QList<VmNode *>());
+    QCOMPARE(pool.getDynamicVmItem(), nullptr);
+
+    auto *b = new VmNode;
+    auto *a = new VmNode;
+    pool.appendVmItem(b, u"b"_s);
+    QCOMPARE(pool.getDynamicVmItem(), b);
+    pool.appendVmItem(a, u"a"_s);
+    pool.appendVmItem(nullptr, u"B"_s); // ascending by code unit
+    QCOMPARE(pool.getDynamicVmItem(), nullptr);
+    QCOMPARE(pool.getItemCount(), 4);
+    QCOMPARE(pool.getVmItemList(), QList<VmNode *>({nullptr, a, b}));
+    QCOMPARE(pool.getItemList(), QList<VmNode *>({nullptr, a, b, &pool}));
+    QCOMPARE(pool.getVmItem(u"a"_s), a);
+    QCOMPARE(pool.getVmItem(u"A"_s), nullptr);
+    QVERIFY(pool.isExistVmItem(u"B"_s) && !pool.isExistVmItem(u"c"_s));
+    pool.removeVmItem(u"B"_s); // a null pointer stays
+    QCOMPARE(pool.getItemCount(), 4);
+}
+
+void tst_Records::poolOwnership()
+{
+    QPointer<VmNode> replaced = new VmNode;
+    QPointer<VmNode> removed = new VmNode;
+    QPointer<VmNode> last = new VmNode;
+    QStringList deleted;
+    {
+        VmPoolNode pool;
+        for (const QString &uuid : {u"3"_s, u"1"_s, u"2"_s}) {
+            auto *item = new VmNode;
+            connect(item, &QObject::destroyed, item, [&deleted, uuid] { deleted << uuid; });
+            pool.appendVmItem(item, uuid);
+        }
+        pool.appendVmItem(nullptr, u"0"_s);
+        pool.clearVmItem();
+        QCOMPARE(deleted, QStringList({u"1"_s, u"2"_s, u"3"_s}));
+        QCOMPARE(pool.getItemCount(), 1);
+
+        pool.appendVmItem(replaced, u"x"_s);
+        pool.appendVmItem(removed, u"x"_s);
+        QVERIFY(replaced);
+        QCOMPARE(pool.getItemCount(), 2);
+        pool.removeVmItem(u"unknown"_s);
+        pool.removeVmItem(u"x"_s);
+        QVERIFY(!removed);
+        QVERIFY(!pool.isExistVmItem(u"x"_s));
+        pool.appendVmItem(last, u"y"_s);
+    }
+    QVERIFY(!last);
+    delete replaced;
+}
+
+void tst_Records::activeItem_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("active");
+    QTest::newRow("1") << u"1"_s << true;
+    QTest::newRow("01") << u"01"_s << true;
+    QTest::newRow("blanks and plus") << u" +1 "_s << true;
+    for (const char *text : {"0", "2", "-1", "true", "", "1.0", "4294967297", "0x1"})
+        QTest::newRow(qPrintable(QLatin1String("not ") + QLatin1String(text))) << QString::fromLatin1(text) << false;
+}
+
+void tst_Records::activeItem()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, active);
+    VmPoolNode pool;
+    QVERIFY(!pool.haveActiveItem());
+    pool.appendVmItem(nullptr, u"0"_s);
+    pool.appendVmItem(new VmNode, u"1"_s);
+    QVERIFY(!pool.haveActiveItem());
+    pool.appendVmItem(new VmNode, u"2"_s);
+    pool.getVmItem(u"2"_s)->setValue(204, text);
+    QCOMPARE(pool.haveActiveItem(), active);
+}
+
+void tst_Records::remoteApp()
+{
+    RemoteApp app(nullptr);
+    QVERIFY(isEmptyNotNull(app.getValue(1)));
+    app.setValue(-3, u"v"_s);
+    QCOMPARE(app.getValue(-3), u"v"_s);
+    app.setValue(-3, u""_s);
+    app.setValue(-3, QString());
+    QCOMPARE(app.getValue(-3), u"v"_s);
+    app.setValue(-3, u"w"_s);
+    QCOMPARE(app.getValue(-3), u"w"_s);
+
+    const QJsonObject &policy = app.getControlPolicy();
+    QVERIFY(policy.isEmpty());
+    app.setControlPolicy({{u"a"_s, 1}, {u"b"_s, 2}});
+    app.setControlPolicy({{u"c"_s, 3}});
+    QCOMPARE(&app.getControlPolicy(), &policy);
+    QCOMPARE(policy, QJsonObject({{u"c"_s, 3}}));
+
+    QObject parent;
+    RemoteApp named(u"id"_s, &parent);
+    QCOMPARE(named.getValue(1), u"id"_s);
+    QCOMPARE(named.parent(), &parent);
+    QVERIFY(isEmptyNotNull(RemoteApp(QString(), nullptr).getValue(1)));
+}
+
+void tst_Records::metaObjects()
+{
+    const auto check = [](const QMetaObject &meta, const char *name, const QMetaObject &base) {
+        QCOMPARE(meta.className(), name);
+        QCOMPARE(meta.superClass(), &base);
+        QCOMPARE(meta.methodCount(), base.methodCount());
+        QCOMPARE(meta.propertyCount(), base.propertyCount());
+    };
+    check(VmNode::staticMetaObject, "VmNode", QObject::staticMetaObject);
+    check(VmPoolNode::staticMetaObject, "VmPoolNode", VmNode::staticMetaObject);
+    check(VmItemNode::staticMetaObject, "VmItemNode", VmNode::staticMetaObject);
+    check(RemoteApp::staticMetaObject, "RemoteApp", QObject::staticMetaObject);
+}
+
+QTEST_GUILESS_MAIN(tst_Records)
+#include "tst_records.moc"
