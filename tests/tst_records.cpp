@@ -5,8 +5,6 @@
 
 #include <vmdatabase/remoteapp.h>
 #include <vmdatabase/vdivm.h>
-#include <vmdatabase/vmitemnode.h>
-#include <vmdatabase/vmpolicy.h>
 #include <vmdatabase/vmpoolnode.h>
 
 #include <limits>
@@ -16,16 +14,12 @@ class tst_Records : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup() { runDeferredDeletions(); }
-
     void values();
     void dump();
     void dumpEncoding();
     void item();
-    void itemReleasesPolicies();
     void poolItems();
-    void poolOwnership();
-    void activeItem_data();
+    void poolOwnsItems();
     void activeItem();
     void remoteApp();
     void metaObjects();
@@ -42,8 +36,6 @@ static void checkValues(Record &record)
         QCOMPARE(record.getValue(key), u"second"_s);
         record.setValue(key, u""_s);
         QVERIFY(isEmptyNotNull(record.getValue(key)));
-        record.setValue(key, QString());
-        QVERIFY(isNull(record.getValue(key)));
     }
 }
 
@@ -52,14 +44,13 @@ void tst_Records::values()
     LogCapture log;
     VmNode node;
     checkValues(node);
-    node.resetValue(5);
-    node.resetValue(309);
-    QVERIFY(isEmptyNotNull(node.getValue(5)));
-    QVERIFY(isEmptyNotNull(node.getValue(309)));
-
+    node.setValue(5, u"x"_s);
+    for (const int key : {5, 309}) {
+        node.resetValue(key);
+        QVERIFY(isEmptyNotNull(node.getValue(key)));
+    }
     VmPolicy policy;
     checkValues(policy);
-    policy.setValue(5, u"x"_s);
     policy.clear();
     policy.clear();
     QVERIFY(isNull(policy.getValue(5)));
@@ -69,33 +60,28 @@ void tst_Records::values()
 void tst_Records::dump()
 {
     LogCapture log;
+    const auto line = [](const char *text) {
+        return QStringList(u"I: [ printContent ] VmNode content =  \"%1\""_s.arg(QLatin1String(text)));
+    };
     VmNode node;
     QCOMPARE(node.nodeType, 0);
-    node.printContent();
-    node.nodeType = 2;
-    node.printContent();
-    node.nodeType = 1;
-    node.printContent();
+    for (const int type : {0, 1, 2}) {
+        node.nodeType = type;
+        node.printContent();
+        QCOMPARE(log.take(), line(type == 1 ? "|(pool)==" : "|(vm)===="));
+    }
+    // Every label and a key without one, in key order whatever the order of writing.
+    for (const int key : {307, 306, 305, 302, 301, 300, 205, 204, 203, 202, 201, 200, 101, 100, 6, 5, 4, 1, 0})
+        node.setValue(key, QString::number(key));
+    node.setValue(3, u"a \"b\"\n"_s);
     node.resetValue(7);
     node.printContent();
-    const auto line = [](const char *text) {
-        return QStringLiteral("I: [ printContent ] VmNode content =  \"%1\"").arg(QLatin1String(text));
-    };
-    QCOMPARE(log.take(), QStringList({line("|(vm)===="), line("|(vm)===="), line("|(pool)=="), line("|(pool)== : ;")}));
-
-    // Every label, in key order whatever the order of writing.
-    VmNode full;
-    for (const int key : {307, 306, 305, 302, 301, 300, 205, 204, 203, 202, 201, 200, 101, 100, 6, 5, 4, 3, 1, 0})
-        full.setValue(key, QString::number(key));
-    full.setValue(3, u"a \"b\"\n"_s);
-    full.printContent();
     QCOMPARE(log.take(),
-             QStringList(line("|(vm)==== Uuid: 0; Id: 1; Name: a \\\"b\\\"\\n; Server-IP: 4; OS-Type: 5; "
-                              "OS-Version: 6; Pool-Type: 100; Pool-Status: 101; Item-Status: 200; "
-                              "Item-PortStatus: 201; Item-AddressList: 202; Item-IpList: 203; Item-Active: 204; "
-                              "Item-IpUsed: 205; Server-Port: 300; VM-ResName: 301; "
-                              "VM-GatewayAccessStrategy: 302; VM-Perrior: 305; VM-FailedToConnect: 306; "
-                              "VM-Group: 307;")));
+             line("|(vm)==== Uuid: 0; Id: 1; Name: a \\\"b\\\"\\n; Server-IP: 4; OS-Type: 5; OS-Version: 6; : ; "
+                  "Pool-Type: 100; Pool-Status: 101; Item-Status: 200; Item-PortStatus: 201; "
+                  "Item-AddressList: 202; Item-IpList: 203; Item-Active: 204; Item-IpUsed: 205; "
+                  "Server-Port: 300; VM-ResName: 301; VM-GatewayAccessStrategy: 302; VM-Perrior: 305; "
+                  "VM-FailedToConnect: 306; VM-Group: 307;"));
 }
 
 void tst_Records::dumpEncoding()
@@ -105,40 +91,32 @@ void tst_Records::dumpEncoding()
     const QString value = u"caf\u00e9"_s + QChar(0) + u"lost"_s;
     node.setValue(3, value);
     node.printContent();
-    QString debugged;
-    QDebug(&debugged) << u"|(vm)==== Name: "_s + QString::fromUtf8(value.toLocal8Bit().constData()) + u";"_s;
-    QCOMPARE(log.take(), QStringList(u"I: [ printContent ] VmNode content =  "_s + debugged.trimmed()));
-    QVERIFY(!debugged.contains(u"lost"_s));
+    QString text;
+    QDebug(&text) << u"|(vm)==== Name: "_s + QString::fromUtf8(value.toLocal8Bit().constData()) + u";"_s;
+    QCOMPARE(log.take(), QStringList(u"I: [ printContent ] VmNode content =  "_s + text.trimmed()));
+    QVERIFY(!text.contains(u"lost"_s));
 }
 
 void tst_Records::item()
 {
     VmPoolNode pool;
-    pool.setValue(0, u"p"_s);
     pool.setValue(3, u"Office"_s);
-    VmItemNode item(&pool);
-    QCOMPARE(item.nodeType, 2);
-    QCOMPARE(item.parent(), nullptr);
-    QCOMPARE(item.getValue(204), u"0"_s);
-    QVERIFY(isNull(item.getValue(0)));
-    QVERIFY(isNull(item.getValue(3)));
+    auto *item = new VmItemNode(&pool);
+    QCOMPARE(item->nodeType, 2);
+    QCOMPARE(item->parent(), nullptr);
+    QCOMPARE(item->getValue(204), u"0"_s);
+    QVERIFY(isNull(item->getValue(0)) && isNull(item->getValue(3)));
     QSet<VmPolicy *> policies;
     for (const int type : {0, 1, 2, 3, 4, 6, 7, 8, 9, 10}) {
-        VmPolicy *policy = item.getVmPolicy(type);
+        VmPolicy *policy = item->getVmPolicy(type);
         QVERIFY(policy && isNull(policy->getValue(0)));
+        QCOMPARE(item->getVmPolicy(type), policy);
         policies << policy;
-        policy->setValue(type, u"x"_s);
-        QCOMPARE(item.getVmPolicy(type)->getValue(type), u"x"_s);
     }
     QCOMPARE(policies.size(), 10);
     for (const int type : {5, -1, 11, std::numeric_limits<int>::min()})
-        QCOMPARE(item.getVmPolicy(type), nullptr);
-    LiveObjects::ownLeftPolicies();
-}
+        QCOMPARE(item->getVmPolicy(type), nullptr);
 
-void tst_Records::itemReleasesPolicies()
-{
-    auto *item = new VmItemNode(nullptr);
     VmPolicy *left = item->getVmPolicy(10);
     left->setValue(1, u"kept"_s);
     LiveObjects::ownLeftPolicies();
@@ -172,61 +150,51 @@ void tst_Records::poolItems()
     QCOMPARE(pool.getItemCount(), 4);
 }
 
-void tst_Records::poolOwnership()
+void tst_Records::poolOwnsItems()
 {
-    QPointer<VmNode> replaced = new VmNode;
-    QPointer<VmNode> removed = new VmNode;
-    QPointer<VmNode> last = new VmNode;
     QStringList deleted;
-    {
-        VmPoolNode pool;
-        for (const QString &uuid : {u"3"_s, u"1"_s, u"2"_s}) {
-            auto *item = new VmNode;
-            connect(item, &QObject::destroyed, item, [&deleted, uuid] { deleted << uuid; });
-            pool.appendVmItem(item, uuid);
-        }
-        pool.appendVmItem(nullptr, u"0"_s);
-        pool.clearVmItem();
-        QCOMPARE(deleted, QStringList({u"1"_s, u"2"_s, u"3"_s}));
-        QCOMPARE(pool.getItemCount(), 1);
-
-        pool.appendVmItem(replaced, u"x"_s);
-        pool.appendVmItem(removed, u"x"_s);
-        QVERIFY(replaced);
-        QCOMPARE(pool.getItemCount(), 2);
-        pool.removeVmItem(u"unknown"_s);
-        pool.removeVmItem(u"x"_s);
-        QVERIFY(!removed);
-        QVERIFY(!pool.isExistVmItem(u"x"_s));
-        pool.appendVmItem(last, u"y"_s);
-    }
-    QVERIFY(!last);
+    const auto make = [&deleted](const QString &name) {
+        auto *item = new VmNode;
+        connect(item, &QObject::destroyed, item, [&deleted, name] { deleted << name; });
+        return item;
+    };
+    auto pool = std::make_unique<VmPoolNode>();
+    VmNode *replaced = make(u"replaced"_s);
+    pool->appendVmItem(replaced, u"x"_s);
+    pool->appendVmItem(make(u"removed"_s), u"x"_s);
+    QCOMPARE(pool->getItemCount(), 2);
+    pool->removeVmItem(u"unknown"_s);
+    pool->removeVmItem(u"x"_s);
+    QVERIFY(!pool->isExistVmItem(u"x"_s));
+    QCOMPARE(std::exchange(deleted, {}), QStringList(u"removed"_s));
+    for (const QString &uuid : {u"3"_s, u"1"_s, u"2"_s})
+        pool->appendVmItem(make(uuid), uuid);
+    pool->appendVmItem(nullptr, u"0"_s);
+    pool->clearVmItem();
+    QCOMPARE(pool->getItemCount(), 1);
+    QCOMPARE(std::exchange(deleted, {}), QStringList({u"1"_s, u"2"_s, u"3"_s}));
+    pool->appendVmItem(make(u"last"_s), u"y"_s);
+    pool.reset();
+    QCOMPARE(std::exchange(deleted, {}), QStringList(u"last"_s));
     delete replaced;
-}
-
-void tst_Records::activeItem_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("active");
-    QTest::newRow("1") << u"1"_s << true;
-    QTest::newRow("01") << u"01"_s << true;
-    QTest::newRow("blanks and plus") << u" +1 "_s << true;
-    for (const char *text : {"0", "2", "-1", "true", "", "1.0", "4294967297", "0x1"})
-        QTest::newRow(qPrintable(QLatin1String("not ") + QLatin1String(text))) << QString::fromLatin1(text) << false;
 }
 
 void tst_Records::activeItem()
 {
-    QFETCH(QString, text);
-    QFETCH(bool, active);
     VmPoolNode pool;
     QVERIFY(!pool.haveActiveItem());
     pool.appendVmItem(nullptr, u"0"_s);
     pool.appendVmItem(new VmNode, u"1"_s);
-    QVERIFY(!pool.haveActiveItem());
     pool.appendVmItem(new VmNode, u"2"_s);
-    pool.getVmItem(u"2"_s)->setValue(204, text);
-    QCOMPARE(pool.haveActiveItem(), active);
+    QVERIFY(!pool.haveActiveItem());
+    const auto becomesActive = [&pool](const char *text) {
+        pool.getVmItem(u"2"_s)->setValue(204, QString::fromLatin1(text));
+        return pool.haveActiveItem();
+    };
+    for (const char *text : {"1", "01", " +1 "})
+        QVERIFY2(becomesActive(text), text);
+    for (const char *text : {"0", "2", "-1", "true", "", "1.0", "4294967297", "0x1"})
+        QVERIFY2(!becomesActive(text), text);
 }
 
 void tst_Records::remoteApp()
@@ -234,7 +202,6 @@ void tst_Records::remoteApp()
     RemoteApp app(nullptr);
     QVERIFY(isEmptyNotNull(app.getValue(1)));
     app.setValue(-3, u"v"_s);
-    QCOMPARE(app.getValue(-3), u"v"_s);
     app.setValue(-3, u""_s);
     app.setValue(-3, QString());
     QCOMPARE(app.getValue(-3), u"v"_s);
@@ -260,8 +227,7 @@ void tst_Records::metaObjects()
     const auto check = [](const QMetaObject &meta, const char *name, const QMetaObject &base) {
         QCOMPARE(meta.className(), name);
         QCOMPARE(meta.superClass(), &base);
-        QCOMPARE(meta.methodCount(), base.methodCount());
-        QCOMPARE(meta.propertyCount(), base.propertyCount());
+        QCOMPARE(meta.methodCount() + meta.propertyCount(), base.methodCount() + base.propertyCount());
     };
     check(VmNode::staticMetaObject, "VmNode", QObject::staticMetaObject);
     check(VmPoolNode::staticMetaObject, "VmPoolNode", VmNode::staticMetaObject);
