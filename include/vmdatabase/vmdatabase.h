@@ -20,12 +20,11 @@ class VmDatabasePrivate;
 ///
 /// **Threads.** Any thread may call any operation at any time, with these exceptions:
 /// - Each table (pools, remote applications, SaaS applications) has a read/write lock, and so has each record. What
-/// reads
-///   a table locks it for reading, what adds or removes locks it for writing. An operation whose doc says "no lock"
-///   must not run while another thread adds to or removes from that table.
+///   reads a table locks it for reading, what adds or removes locks it for writing. An operation whose doc says "no
+///   lock" must not run while another thread adds to or removes from that table.
 /// - A pool's items have no lock, whatever is locked besides: while one is added or removed, no other thread may look
-/// up,
-///   list, count, dump, remove or decide upon the items of that pool. A removed item must not be in use.
+///   up, list, count, dump, remove or decide upon the items of that pool. A removed item must not be in use.
+/// - A removed pool must not be in use when it is deleted: see removeNode().
 /// - First mentions of one pool are the caller's to serialise: of two at once, one may write to a pool that is lost.
 /// - clear() and destruction are the caller's to keep apart from everything else.
 ///
@@ -136,9 +135,9 @@ public:
     QString getParentUuid(const QString &uuid);
 
     /// The VdiVM::UuidKey of the only item of the pool whose VdiVM::UuidKey is \a parentUuid; an empty text if there is
-    /// no such pool or it has no item or several. Logs "999 uuid = ..." at info level in any case, with the pool table
-    /// locked: a message handler must not use pools. An empty text for an empty one, critical: "parentUuid is empty,
-    /// ...".
+    /// no such pool or it has no item or several. Either way logs "999 uuid = ..." at info level, with the pool table
+    /// locked: a message handler must not use pools. An empty \a parentUuid answers an empty text and logs only, as
+    /// critical, "parentUuid is empty, ...".
     QString getUuidByParentUuid(const QString &parentUuid);
 
     /// The VdiVM::ResourceNameKey of pool \a parentUuid. Makes pools, locks and logs an empty uuid as the values above
@@ -191,9 +190,9 @@ public:
 
     /// Decides for every pool. One with an active item is no longer marked as failed. Pools of VdiVM::PoolTypeKey 1, 3
     /// and 7 are shown while they hold no item; others with a group are hidden; the rest is shown if
-    /// VdiVM::AllowMultiDynamicKey (signed) is not 0 or while it holds no item. Then dealVmGroupPool(). Logs "pool
-    /// allowMultiDynamicDesktop, DO SHOW
-    /// ..." and "poolNode, SET HIDE ..." with name and priority. No lock while the pools are listed.
+    /// VdiVM::AllowMultiDynamicKey (signed) is not 0 or while it holds no item. Then dealVmGroupPool(). Logs "poolNode,
+    /// SET HIDE ..." and "pool allowMultiDynamicDesktop, DO SHOW ..." with name and priority. No lock while the pools
+    /// are listed.
     void dealVmPools();
 
     /// Decides for every pool that has a group: the lead pool is shown if some pool of the group has both
@@ -205,9 +204,10 @@ public:
     /// @}
     /// \name Remote applications
     /// Records by id. The id is stored under VdiVM::AppIdKey; an empty value is ignored, see RemoteApp::setValue(). The
-    /// table is locked for the whole call, unless a doc says "no lock". The two control-policy operations list an id
-    /// that they do not know, without a record: it is counted, listed and removed like any other, unknown to value
-    /// reads, and gets a record with its first value.
+    /// table is locked for the whole call, unless a doc says "no lock". deleteRemoteApp() and the two control-policy
+    /// operations may change the table although they do not lock it: no other thread may use remote applications
+    /// meanwhile. The latter list an id that they do not know, without a record: it is counted, listed and removed like
+    /// any other, unknown to value reads, and gets a record with its first value.
     /// @{
 
     /// The number of ids. Must not be called on a closed database.

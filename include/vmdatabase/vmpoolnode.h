@@ -36,8 +36,7 @@ public:
     bool isExistVmItem(const QString &uuid);
 
     /// Deletes the item filed under \a uuid at once and then takes its entry out: what is connected to its destroyed()
-    /// must not use the pool. Does nothing for an unknown uuid, nor for
-    /// a null pointer, whose entry stays.
+    /// must not use the pool. Does nothing for an unknown uuid, nor for a null pointer, whose entry stays.
     void removeVmItem(const QString &uuid);
 
     /// Deletes all items at once, in uuid order, and then takes all entries out, as removeVmItem() does.
