@@ -5,8 +5,8 @@
 
 #include <QtCore/QDebug>
 
-// The one way to make a log line: category "default", no file, line or function, items streamed one by one so that
-// Qt's spacing and quoting apply. The texts are interface: people search logs for them.
+// The one way to make a log line: category "default", no file, line or function, items streamed one by one so that Qt's
+// spacing and quoting apply. The texts are interface: people search logs for them.
 namespace Log {
 
 QDebug info();

@@ -37,8 +37,8 @@ public:
     /// replaced, but neither emptied nor removed.
     void setValue(int key, const QString &value);
 
-    /// Replaces the whole control policy. Takes no lock: meanwhile nobody may read it, through a reference either,
-    /// or replace it.
+    /// Replaces the whole control policy. Takes no lock: meanwhile nobody may read it, through a reference either, or
+    /// replace it.
     void setControlPolicy(const QJsonObject &policy);
 
     /// The control policy itself, not a copy: a later setControlPolicy() changes what the reference shows, and it ends

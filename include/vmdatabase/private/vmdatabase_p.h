@@ -92,8 +92,8 @@ public:
 
     /// @}
     /// \name Groups of pools
-    /// Snapshots, gathered in ascending uuid order with the table locked; the pools stay the store's and
-    /// usable until deferred deletions run after their removal.
+    /// Snapshots, gathered in ascending uuid order with the table locked; the pools stay the store's and usable until
+    /// deferred deletions run after their removal.
     /// @{
 
     /// The pools of every group by group name, without those that have none. The lists are the caller's to delete.
