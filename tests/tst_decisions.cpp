@@ -23,7 +23,7 @@ static QStringList build(VmDatabase &db, const QString &scene)
 {
     QStringList uuids;
     for (const QString &pool : scene.split(u';')) {
-        QStringList words = pool.split(u' ', Qt::SkipEmptyParts);
+        QStringList words = pool.trimmed().split(u' ');
         const QString uuid = words.takeFirst();
         uuids << uuid;
         db.getPoolNodeValue(uuid, 0);

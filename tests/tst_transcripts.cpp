@@ -36,10 +36,11 @@ static QString readTranscripts()
 void tst_Transcripts::play_data()
 {
     QTest::addColumn<QStringList>("lines");
-    const QStringList cases = (u"\n"_s + readTranscripts()).split(u"\n== "_s, Qt::SkipEmptyParts);
+    const QStringList cases = (u"\n"_s + readTranscripts()).split(u"\n== "_s).mid(1);
     QVERIFY(cases.size() > 10);
     for (const QString &text : cases) {
-        QStringList lines = text.split(u'\n', Qt::SkipEmptyParts);
+        QStringList lines = text.split(u'\n');
+        lines.removeAll(QString());
         const QByteArray name = lines.takeFirst().toUtf8();
         QTest::newRow(name.constData()) << lines;
     }
