@@ -19,7 +19,7 @@ case "${1:-}" in
 "" | --update)
     scripts/install-packages.sh cmake g++ ninja-build qtbase5-dev
     mkdir -p build
-    { cmake --preset release -DBUILD_TESTING=OFF && cmake --build --preset release; } >build/symbols.log 2>&1 || {
+    { cmake --preset release -DBUILD_TESTING=OFF && cmake --build --preset release --target vmdatabase; } >build/symbols.log 2>&1 || {
         cat build/symbols.log
         exit 1
     }
