@@ -14,12 +14,13 @@ soname=libvmdatabase.so.1
 classes='RemoteApp|VmDatabase|VmDatabasePrivate|VmItemNode|VmNode|VmPolicy|VmPoolNode'
 needed='libQt5Core\.so\.5|libstdc\+\+\.so\.6|libgcc_s\.so\.1|libm\.so\.6|libc\.so\.6|ld-linux-[^/]*'
 
-library=build/release/src/$soname
+library=build/release/src/libvmdatabase.so
 case "${1:-}" in
 "" | --update)
     scripts/install-packages.sh cmake g++ ninja-build qtbase5-dev
     mkdir -p build
-    { cmake --preset release -DBUILD_TESTING=OFF && cmake --build --preset release --target vmdatabase; } >build/symbols.log 2>&1 || {
+    { cmake --preset release -DBUILD_TESTING=OFF && cmake --build --preset release --target vmdatabase; } \
+        >build/symbols.log 2>&1 || {
         cat build/symbols.log
         exit 1
     }
@@ -30,11 +31,12 @@ case "${1:-}" in
     ;;
 *) library=$1 ;;
 esac
-library=$(readlink -e "$library") || {
-    echo "No such library: $1" >&2
+[ -e "$library" ] || {
+    echo "No such library: $library" >&2
     exit 1
 }
-version=${library##*.so.}
+version=$(readlink -f "$library")
+version=${version##*.so.}
 
 fail()
 {
@@ -45,7 +47,9 @@ fail()
 
 dynamic=$(readelf --dynamic --wide "$library")
 if ! grep -qF "soname: [$soname]" <<<"$dynamic"; then
-    fail "the library is not $soname." <<<"A new SONAME needs a new package: rename debian/libvmdatabase1.*, and say so here and in debian/control."
+    fail "the library is not $soname." <<END
+A new SONAME needs a new package: rename debian/libvmdatabase1.* and change its name here and in debian/control.
+END
 fi
 if foreign=$(sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic" | grep -vxE "$needed"); then
     fail "the library needs more than Qt5Core and the C and C++ runtimes:" <<END
