@@ -19,4 +19,4 @@ if [ "$(id -u)" -ne 0 ]; then
     run=(sudo)
 fi
 "${run[@]}" apt-get update
-"${run[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install --yes --no-install-recommends "${missing[@]}"
+"${run[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -o DPkg::Lock::Timeout=300 --yes --no-install-recommends "${missing[@]}"
