@@ -4,7 +4,7 @@
 #include "testsupport.h"
 
 #include <vmdatabase/remoteapp.h>
-#include <vmdatabase/vdivm.h>
+#include <vmdatabase/vmdatabase.h>
 #include <vmdatabase/vmpoolnode.h>
 
 #include <limits>
@@ -16,7 +16,6 @@ class tst_Records : public QObject
 private Q_SLOTS:
     void values();
     void dump();
-    void dumpEncoding();
     void item();
     void poolItems();
     void poolOwnsItems();
@@ -25,76 +24,38 @@ private Q_SLOTS:
     void metaObjects();
 };
 
-// What VmNode and VmPolicy have in common.
-template <typename Record>
-static void checkValues(Record &record)
-{
-    for (const int key : {0, 5, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
-        QVERIFY(isNull(record.getValue(key)));
-        record.setValue(key, u"first"_s);
-        record.setValue(key, u"second"_s);
-        QCOMPARE(record.getValue(key), u"second"_s);
-        record.setValue(key, u""_s);
-        QVERIFY(isEmptyNotNull(record.getValue(key)));
-    }
-}
-
 void tst_Records::values()
 {
-    LogCapture log;
     VmNode node;
-    checkValues(node);
-    node.setValue(5, u"x"_s);
-    for (const int key : {5, 309}) {
-        node.resetValue(key);
-        QVERIFY(isEmptyNotNull(node.getValue(key)));
-    }
     VmPolicy policy;
-    checkValues(policy);
+    for (const int key : {0, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+        QVERIFY(isNull(node.getValue(key)) && isNull(policy.getValue(key)));
+        node.setValue(key, u"x"_s);
+        policy.setValue(key, u"y"_s);
+        QCOMPARE(node.getValue(key) + policy.getValue(key), u"xy"_s);
+    }
     policy.clear();
     policy.clear();
-    QVERIFY(isNull(policy.getValue(5)));
-    QCOMPARE(log.take(), QStringList());
+    QVERIFY(isNull(policy.getValue(0)));
 }
 
+// What goes through the local 8-bit encoding and back, up to NUL; and that only a pool prints as one.
 void tst_Records::dump()
 {
     LogCapture log;
-    const auto line = [](const char *text) {
-        return QStringList(u"I: [ printContent ] VmNode content =  \"%1\""_s.arg(QLatin1String(text)));
-    };
     VmNode node;
     QCOMPARE(node.nodeType, 0);
+    const QString value = u"caf\u00e9 \"x\"\n"_s + QChar(0) + u"lost"_s;
+    node.setValue(3, value);
     for (const int type : {0, 1, 2}) {
         node.nodeType = type;
         node.printContent();
-        QCOMPARE(log.take(), line(type == 1 ? "|(pool)==" : "|(vm)===="));
+        QString text;
+        QDebug(&text) << (type == 1 ? u"|(pool)== Name: "_s : u"|(vm)==== Name: "_s) +
+                             QString::fromUtf8(value.toLocal8Bit().constData()) + u";"_s;
+        QCOMPARE(log.take(), QStringList(u"I: [ printContent ] VmNode content =  "_s + text.trimmed()));
+        QVERIFY(!text.contains(u"lost"_s));
     }
-    // Every label and a key without one, in key order whatever the order of writing.
-    for (const int key : {307, 306, 305, 302, 301, 300, 205, 204, 203, 202, 201, 200, 101, 100, 6, 5, 4, 1, 0})
-        node.setValue(key, QString::number(key));
-    node.setValue(3, u"a \"b\"\n"_s);
-    node.resetValue(7);
-    node.printContent();
-    QCOMPARE(log.take(),
-             line("|(vm)==== Uuid: 0; Id: 1; Name: a \\\"b\\\"\\n; Server-IP: 4; OS-Type: 5; OS-Version: 6; : ; "
-                  "Pool-Type: 100; Pool-Status: 101; Item-Status: 200; Item-PortStatus: 201; "
-                  "Item-AddressList: 202; Item-IpList: 203; Item-Active: 204; Item-IpUsed: 205; "
-                  "Server-Port: 300; VM-ResName: 301; VM-GatewayAccessStrategy: 302; VM-Perrior: 305; "
-                  "VM-FailedToConnect: 306; VM-Group: 307;"));
-}
-
-void tst_Records::dumpEncoding()
-{
-    LogCapture log;
-    VmNode node;
-    const QString value = u"caf\u00e9"_s + QChar(0) + u"lost"_s;
-    node.setValue(3, value);
-    node.printContent();
-    QString text;
-    QDebug(&text) << u"|(vm)==== Name: "_s + QString::fromUtf8(value.toLocal8Bit().constData()) + u";"_s;
-    QCOMPARE(log.take(), QStringList(u"I: [ printContent ] VmNode content =  "_s + text.trimmed()));
-    QVERIFY(!text.contains(u"lost"_s));
 }
 
 void tst_Records::item()
@@ -199,27 +160,19 @@ void tst_Records::activeItem()
 
 void tst_Records::remoteApp()
 {
-    RemoteApp app(nullptr);
-    QVERIFY(isEmptyNotNull(app.getValue(1)));
-    app.setValue(-3, u"v"_s);
-    app.setValue(-3, u""_s);
-    app.setValue(-3, QString());
-    QCOMPARE(app.getValue(-3), u"v"_s);
-    app.setValue(-3, u"w"_s);
-    QCOMPARE(app.getValue(-3), u"w"_s);
-
-    const QJsonObject &policy = app.getControlPolicy();
-    QVERIFY(policy.isEmpty());
-    app.setControlPolicy({{u"a"_s, 1}, {u"b"_s, 2}});
-    app.setControlPolicy({{u"c"_s, 3}});
-    QCOMPARE(&app.getControlPolicy(), &policy);
-    QCOMPARE(policy, QJsonObject({{u"c"_s, 3}}));
-
     QObject parent;
-    RemoteApp named(u"id"_s, &parent);
-    QCOMPARE(named.getValue(1), u"id"_s);
-    QCOMPARE(named.parent(), &parent);
+    auto *app = new RemoteApp(u"id"_s, &parent);
+    QCOMPARE(app->getValue(1), u"id"_s);
+    app->setValue(1, QString());
+    app->setValue(-3, u"x"_s);
+    QCOMPARE(app->getValue(1) + app->getValue(-3), u"idx"_s);
+    QVERIFY(isEmptyNotNull(app->getValue(2)));
     QVERIFY(isEmptyNotNull(RemoteApp(QString(), nullptr).getValue(1)));
+    const QJsonObject &policy = app->getControlPolicy();
+    QVERIFY(policy.isEmpty());
+    app->setControlPolicy({{u"a"_s, 1}, {u"b"_s, 2}});
+    app->setControlPolicy({{u"c"_s, 3}});
+    QCOMPARE(policy, QJsonObject({{u"c"_s, 3}}));
 }
 
 void tst_Records::metaObjects()
@@ -233,6 +186,12 @@ void tst_Records::metaObjects()
     check(VmPoolNode::staticMetaObject, "VmPoolNode", VmNode::staticMetaObject);
     check(VmItemNode::staticMetaObject, "VmItemNode", VmNode::staticMetaObject);
     check(RemoteApp::staticMetaObject, "RemoteApp", QObject::staticMetaObject);
+
+    const QMetaObject &meta = VmDatabase::staticMetaObject;
+    QCOMPARE(meta.className(), "VmDatabase");
+    QCOMPARE(meta.methodCount() - QObject::staticMetaObject.methodCount(), 1);
+    QCOMPARE(meta.method(meta.methodOffset()).methodSignature(), QByteArray("remoteAppsUpdated()"));
+    QCOMPARE(meta.method(meta.methodOffset()).methodType(), QMetaMethod::Signal);
 }
 
 QTEST_GUILESS_MAIN(tst_Records)

@@ -26,11 +26,9 @@ private Q_SLOTS:
     void removedItems();
     void removedRemoteApps();
     void removedSaasApps();
-    void controlPolicies();
-    void remoteAppValueByName();
+    void recordlessApps();
     void signalInAnotherThread();
     void lifetime();
-    void metaObject();
 };
 
 static const auto p = u"p"_s;
@@ -235,38 +233,31 @@ void tst_Store::removedSaasApps()
     QCOMPARE(records().size(), 0);
 }
 
-void tst_Store::controlPolicies()
-{
-    VmDatabase db;
-    VmDatabase closed;
-    closed.clear();
-    const QJsonObject &none = closed.getRemoteAppControlPolicy(QString());
-    QCOMPARE(&db.getRemoteAppControlPolicy(u"a"_s), &none); // all without a record share one object
-    db.setRemoteAppValue(u"a"_s, 3, x);
-    const QJsonObject &policy = db.getRemoteAppControlPolicy(u"a"_s);
-    QVERIFY(&policy != &none && policy.isEmpty());
-    db.setRemoteAppControlPolicy(u"a"_s, {{u"p"_s, 1}});
-    db.setRemoteAppControlPolicy(u"a"_s, {{u"q"_s, 2}});
-    QCOMPARE(policy, QJsonObject({{u"q"_s, 2}}));
-    QCOMPARE(&db.getRemoteAppControlPolicy(u"a"_s), &policy);
-    db.deleteRemoteApp(u"a"_s);
-    QCOMPARE(policy, QJsonObject({{u"q"_s, 2}})); // the record goes later
-    QCOMPARE(&db.getRemoteAppControlPolicy(u"a"_s), &none);
-    QVERIFY(none.isEmpty());
-}
-
-void tst_Store::remoteAppValueByName()
+void tst_Store::recordlessApps()
 {
     LogCapture log;
     VmDatabasePrivate store;
+    VmDatabase closed;
+    closed.clear();
+    log.take();
+    const QJsonObject &none = closed.getRemoteAppControlPolicy(QString());
+    QCOMPARE(&store.getRemoteAppControlPolicy(u"a"_s), &none); // all without a record share one object
+    QVERIFY(isNull(store.getRemoteAppValueByName(u"a"_s, 3)));
+    QVERIFY(isNull(store.getRemoteAppValueByName(u"unknown"_s, 3)));
     store.setRemoteAppValue(u"a"_s, 3, x);
-    store.getRemoteAppControlPolicy(u"no record"_s);
     QCOMPARE(store.getRemoteAppValueByName(u"a"_s, 3), x);
     QVERIFY(isEmptyNotNull(store.getRemoteAppValueByName(u"a"_s, 4)));
-    QVERIFY(isNull(store.getRemoteAppValueByName(u"unknown"_s, 3)));
-    QVERIFY(isNull(store.getRemoteAppValueByName(u"no record"_s, 3)));
+
+    const QJsonObject &policy = store.getRemoteAppControlPolicy(u"a"_s);
+    QVERIFY(&policy != &none && policy.isEmpty());
+    store.setRemoteAppControlPolicy(u"a"_s, {{u"p"_s, 1}});
+    store.setRemoteAppControlPolicy(u"a"_s, {{u"q"_s, 2}});
+    QCOMPARE(&store.getRemoteAppControlPolicy(u"a"_s), &policy);
+    store.deleteRemoteApp(u"a"_s);
+    QCOMPARE(policy, QJsonObject({{u"q"_s, 2}})); // the record goes later
+    QCOMPARE(&store.getRemoteAppControlPolicy(u"a"_s), &none);
+    QVERIFY(none.isEmpty());
     QCOMPARE(log.take(), QStringList());
-    store.clearRemoteAppList();
 }
 
 void tst_Store::signalInAnotherThread()
@@ -306,16 +297,6 @@ void tst_Store::lifetime()
     log.take();
     delete closed;
     QCOMPARE(log.take(), QStringList(freed));
-}
-
-void tst_Store::metaObject()
-{
-    const QMetaObject &meta = VmDatabase::staticMetaObject;
-    QCOMPARE(meta.className(), "VmDatabase");
-    QCOMPARE(meta.superClass(), &QObject::staticMetaObject);
-    QCOMPARE(meta.methodCount() - meta.methodOffset(), 1);
-    QCOMPARE(meta.method(meta.methodOffset()).methodSignature(), QByteArray("remoteAppsUpdated()"));
-    QCOMPARE(meta.method(meta.methodOffset()).methodType(), QMetaMethod::Signal);
 }
 
 QTEST_GUILESS_MAIN(tst_Store)
