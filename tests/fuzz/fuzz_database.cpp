@@ -1,0 +1,87 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+// Calls every operation of VmDatabase as the bytes of an input say: which one, and with what arguments.
+
+#include <vmdatabase/vmdatabase.h>
+
+#include <QtCore/QCoreApplication>
+
+#include <cstdio>
+#include <fuzzer/FuzzedDataProvider.h>
+#include <tuple>
+
+using Input = FuzzedDataProvider;
+static long calls = 0;
+
+template <typename Value>
+static Value take(Input &in)
+{
+    static constexpr int numbers[] = {0, 1, 2, 3, 4, 10, 11, 13, 100, 204, 301, 305, 306, 307, 308, 309, -1};
+    static constexpr const char *texts[] = {"", "p", "q", "i", "j", "0", "1", "2", "3", "9", "-1", "%1", "%2%1"};
+    const int choice = in.ConsumeIntegral<uint8_t>();
+    if constexpr (std::is_same_v<Value, QJsonObject>) {
+        return {{take<QString>(in), take<QString>(in)}};
+    } else if constexpr (!std::is_same_v<Value, QString>) {
+        return Value(choice < 240 ? numbers[choice % std::size(numbers)] : in.ConsumeIntegral<int>());
+    } else {
+        if (choice < 224)
+            return choice % 16 < 13 ? QString::fromLatin1(texts[choice % 16]) : QString();
+        if (choice == 255 && in.remaining_bytes() < 64) // near the end, so that no input takes long
+            return QString(1 << 20, QChar(0xd800));
+        const std::string units = in.ConsumeBytesAsString(size_t(choice - 224) * sizeof(QChar));
+        return QString(reinterpret_cast<const QChar *>(units.data()), int(units.size() / sizeof(QChar)));
+    }
+}
+
+template <typename Result, typename... Parameters>
+static void call(VmDatabase &db, Result (VmDatabase::*operation)(Parameters...), Input &in)
+{
+    std::tuple<std::decay_t<Parameters>...> arguments{take<std::decay_t<Parameters>>(in)...};
+    std::apply([&](auto &...argument) { static_cast<void>((db.*operation)(argument...)); }, arguments);
+    ++calls;
+}
+
+#define CALL(name) [](VmDatabase &db, Input &in) { call(db, &VmDatabase::name, in); }
+static constexpr void (*operations[])(VmDatabase &, Input &) = {
+    // These three, and only these, must not be called on a closed database.
+    CALL(getAppCount), CALL(getSaasAppCount), CALL(clearSaasAppList),
+    // Several times what builds the most.
+    CALL(setNodeValue), CALL(setNodeValue), CALL(setPoolNodeValue), CALL(setPolicyValue), CALL(setRemoteAppValue),
+    CALL(setSaasAppValue), CALL(printDatabase), CALL(getNodeValue), CALL(getPoolNodeValue), CALL(resetNodeValue),
+    CALL(getPolicyValue), CALL(getItemCount), CALL(getItemCountByServerIp), CALL(getItemUuid), CALL(getItemType),
+    CALL(getItemTypeByUuid), CALL(getParentUuid), CALL(getUuidByParentUuid), CALL(getResourceNameByParentUuid),
+    CALL(getChildrenByParentUuid), CALL(getVmPoolNameList), CALL(removeNode), CALL(removeNodesByServerIp),
+    CALL(removeChildrenByParentUuid), CALL(removeFamilyByParentUuid), CALL(wheelVmGroup), CALL(dealVmPools),
+    CALL(dealVmGroupPool), CALL(getAppNames), CALL(getRemoteAppId), CALL(getRemoteAppValue), CALL(deleteRemoteApp),
+    CALL(getRemoteAppControlPolicy), CALL(setRemoteAppControlPolicy), CALL(clearRemoteAppList), CALL(setRemoteAppEnd),
+    CALL(getSaasAppId), CALL(getSaasAppValue), CALL(getAppsInfo), CALL(getAppsIdList), CALL(buildKeyName)};
+
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    static QCoreApplication app(*argc, *argv);
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    std::atexit([] { std::fprintf(stderr, "%ld calls\n", calls); });
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    VmDatabase db;
+    bool isOpen = true;
+    for (Input in(data, size); in.remaining_bytes() > 0;) {
+        const size_t choice = in.ConsumeIntegral<uint8_t>();
+        isOpen = isOpen && choice != 255;
+        if (!isOpen)
+            db.clear(); // which does nothing a second time
+        if (choice >= 250)
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        else if (isOpen || choice % std::size(operations) > 2)
+            operations[choice % std::size(operations)](db, in);
+    }
+    if (size % 4) // else those that are left stay allocated, which is meant
+        db.clearRemoteAppList();
+    db.clear();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return 0;
+}
