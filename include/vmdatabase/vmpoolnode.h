@@ -60,5 +60,7 @@ public:
     bool haveActiveItem();
 
 private:
+    friend class RecordAccess;
+
     QMap<QString, VmNode *> items; // owned; guarded by no lock
 };

@@ -5,6 +5,7 @@
 #include "vmdatabase/vmdatabase.h"
 
 #include "log_p.h"
+#include "records/recordaccess_p.h"
 #include "text_p.h"
 #include "vmdatabase/vmpoolnode.h"
 
@@ -26,7 +27,7 @@ int VmDatabasePrivate::getItemCountByServerIp(const QString &serverIp)
     QReadLocker locker(&poolLock);
     int count = 0;
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (pool && pool->getValue(VdiVM::ServerIpKey) == serverIp)
+        if (pool && RecordAccess::isEqual(pool, VdiVM::ServerIpKey, serverIp))
             count += pool->getItemCount();
     }
     return count;
@@ -109,7 +110,7 @@ QString VmDatabasePrivate::getUuidByParentUuid(const QString &parentUuid)
     QReadLocker locker(&poolLock);
     QString uuid = emptyText();
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (!pool || pool->getValue(VdiVM::UuidKey) != parentUuid)
+        if (!pool || !RecordAccess::isEqual(pool, VdiVM::UuidKey, parentUuid))
             continue;
         if (VmNode *item = pool->getDynamicVmItem())
             uuid = item->getValue(VdiVM::UuidKey);
@@ -152,7 +153,7 @@ void VmDatabasePrivate::removeNode(const QString &uuid)
     QWriteLocker locker(&poolLock);
     for (auto it = pools.begin(); it != pools.end(); ++it) {
         VmPoolNode *pool = it.value();
-        if (pool->getValue(VdiVM::UuidKey) == uuid) {
+        if (RecordAccess::isEqual(pool, VdiVM::UuidKey, uuid)) {
             pool->deleteLater();
             // The matched entry, which is filed under another text once a client has overwritten the stored uuid.
             pools.erase(it);
@@ -169,7 +170,7 @@ void VmDatabasePrivate::removeNodesByServerIp(const QString &serverIp)
 {
     QWriteLocker locker(&poolLock);
     for (auto it = pools.begin(); it != pools.end();) {
-        if (it.value()->getValue(VdiVM::ServerIpKey) == serverIp) {
+        if (RecordAccess::isEqual(it.value(), VdiVM::ServerIpKey, serverIp)) {
             it.value()->deleteLater();
             it = pools.erase(it);
         } else {

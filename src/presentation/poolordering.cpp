@@ -3,7 +3,7 @@
 
 #include "poolordering_p.h"
 
-#include "text_p.h"
+#include "records/recordaccess_p.h"
 #include "vmdatabase/vdivm.h"
 #include "vmdatabase/vmpoolnode.h"
 
@@ -11,15 +11,15 @@
 
 bool poolGoesFirst(VmPoolNode *a, VmPoolNode *b)
 {
-    const uint failedA = toUnsigned(a->getValue(VdiVM::FailedToConnectKey));
-    const uint failedB = toUnsigned(b->getValue(VdiVM::FailedToConnectKey));
+    const uint failedA = RecordAccess::toUnsigned(a, VdiVM::FailedToConnectKey);
+    const uint failedB = RecordAccess::toUnsigned(b, VdiVM::FailedToConnectKey);
     if (failedA != failedB)
         return failedB != 0;
-    const uint preferredA = toUnsigned(a->getValue(VdiVM::PreferredKey));
-    const uint preferredB = toUnsigned(b->getValue(VdiVM::PreferredKey));
+    const uint preferredA = RecordAccess::toUnsigned(a, VdiVM::PreferredKey);
+    const uint preferredB = RecordAccess::toUnsigned(b, VdiVM::PreferredKey);
     if (preferredA != preferredB)
         return preferredB == 0;
-    return toUnsigned(a->getValue(VdiVM::PriorityKey)) > toUnsigned(b->getValue(VdiVM::PriorityKey));
+    return RecordAccess::toUnsigned(a, VdiVM::PriorityKey) > RecordAccess::toUnsigned(b, VdiVM::PriorityKey);
 }
 
 void sortPools(QList<VmPoolNode *> &pools)

@@ -3,7 +3,7 @@
 
 #include "vmdatabase/vmpoolnode.h"
 
-#include "text_p.h"
+#include "records/recordaccess_p.h"
 #include "vmdatabase/vdivm.h"
 
 #include <algorithm>
@@ -71,5 +71,5 @@ VmNode *VmPoolNode::getDynamicVmItem()
 bool VmPoolNode::haveActiveItem()
 {
     return std::any_of(items.cbegin(), items.cend(),
-                       [](VmNode *item) { return item && toUnsigned(item->getValue(VdiVM::ItemActiveKey)) == 1; });
+                       [](VmNode *item) { return item && RecordAccess::toUnsigned(item, VdiVM::ItemActiveKey) == 1; });
 }
