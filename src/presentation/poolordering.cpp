@@ -7,27 +7,50 @@
 #include "vmdatabase/vdivm.h"
 #include "vmdatabase/vmpoolnode.h"
 
+#include <QtCore/QVector>
 #include <QtCore/QtAlgorithms>
 
-bool poolGoesFirst(VmPoolNode *a, VmPoolNode *b)
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+// A pool with what ranks it, read once and not at each comparison.
+struct RankedPool
 {
-    const uint failedA = RecordAccess::toUnsigned(a, VdiVM::FailedToConnectKey);
-    const uint failedB = RecordAccess::toUnsigned(b, VdiVM::FailedToConnectKey);
-    if (failedA != failedB)
-        return failedB != 0;
-    const uint preferredA = RecordAccess::toUnsigned(a, VdiVM::PreferredKey);
-    const uint preferredB = RecordAccess::toUnsigned(b, VdiVM::PreferredKey);
-    if (preferredA != preferredB)
-        return preferredB == 0;
-    return RecordAccess::toUnsigned(a, VdiVM::PriorityKey) > RecordAccess::toUnsigned(b, VdiVM::PriorityKey);
+    VmPoolNode *pool;
+    uint failed;
+    uint preferred;
+    uint priority;
+};
+
+} // namespace
+
+static bool poolGoesFirst(const RankedPool &a, const RankedPool &b)
+{
+    if (a.failed != b.failed)
+        return b.failed != 0;
+    if (a.preferred != b.preferred)
+        return b.preferred == 0;
+    return a.priority > b.priority;
 }
 
 void sortPools(QList<VmPoolNode *> &pools)
 {
+    QVector<RankedPool> ranked;
+    ranked.reserve(pools.size());
+    for (VmPoolNode *pool : std::as_const(pools)) {
+        ranked.append({pool, RecordAccess::toUnsigned(pool, VdiVM::FailedToConnectKey),
+                       RecordAccess::toUnsigned(pool, VdiVM::PreferredKey),
+                       RecordAccess::toUnsigned(pool, VdiVM::PriorityKey)});
+    }
+
     // std::sort may read out of bounds with an order that is not strict and weak; qSort checks its bounds at every
     // step. It is deprecated for being slower, which is no reason here.
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
-    qSort(pools.begin(), pools.end(), poolGoesFirst);
+    qSort(ranked.begin(), ranked.end(), poolGoesFirst);
     QT_WARNING_POP
+
+    std::transform(ranked.cbegin(), ranked.cend(), pools.begin(), [](const RankedPool &pool) { return pool.pool; });
 }
