@@ -6,6 +6,7 @@
 
 #include "log_p.h"
 #include "records/recordaccess_p.h"
+#include "records/uuidindex_p.h"
 #include "text_p.h"
 #include "vmdatabase/vmpoolnode.h"
 
@@ -76,7 +77,7 @@ int VmDatabasePrivate::getItemType(int index)
 int VmDatabasePrivate::getItemTypeByUuid(const QString &uuid)
 {
     QReadLocker locker(&poolLock);
-    if (pools.contains(uuid))
+    if (poolsByUuid.contains(uuid))
         return VdiVM::PoolNode;
     for (VmPoolNode *pool : std::as_const(pools)) {
         if (pool->isExistVmItem(uuid)) {
@@ -98,7 +99,7 @@ QString VmDatabasePrivate::getParentUuid(const QString &uuid)
         if (pool && pool->isExistVmItem(uuid))
             return pool->getValue(VdiVM::UuidKey);
     }
-    return pools.contains(uuid) ? uuid : emptyText();
+    return poolsByUuid.contains(uuid) ? uuid : emptyText();
 }
 
 QString VmDatabasePrivate::getUuidByParentUuid(const QString &parentUuid)
@@ -130,8 +131,8 @@ QString VmDatabasePrivate::getResourceNameByParentUuid(const QString &parentUuid
 QList<QString> VmDatabasePrivate::getChildrenByParentUuid(const QString &parentUuid)
 {
     QList<QString> uuids;
-    const auto it = pools.constFind(parentUuid);
-    if (it == pools.cend()) {
+    const auto it = poolsByUuid.constFind(parentUuid);
+    if (it == poolsByUuid.cend()) {
         Log::critical("getChildrenByParentUuid")
             << QStringLiteral("1 cannot find vm item node, uuid = %1").arg(parentUuid);
         return uuids;
@@ -156,7 +157,7 @@ void VmDatabasePrivate::removeNode(const QString &uuid)
         if (RecordAccess::isEqual(pool, VdiVM::UuidKey, uuid)) {
             pool->deleteLater();
             // The matched entry, which is filed under another text once a client has overwritten the stored uuid.
-            pools.erase(it);
+            UuidIndex::take(pools, poolsByUuid, it);
             return;
         }
         if (pool->isExistVmItem(uuid)) {
@@ -172,7 +173,7 @@ void VmDatabasePrivate::removeNodesByServerIp(const QString &serverIp)
     for (auto it = pools.begin(); it != pools.end();) {
         if (RecordAccess::isEqual(it.value(), VdiVM::ServerIpKey, serverIp)) {
             it.value()->deleteLater();
-            it = pools.erase(it);
+            it = UuidIndex::take(pools, poolsByUuid, it);
         } else {
             ++it;
         }
@@ -181,8 +182,8 @@ void VmDatabasePrivate::removeNodesByServerIp(const QString &serverIp)
 
 void VmDatabasePrivate::removeChildrenByParentUuid(const QString &parentUuid)
 {
-    const auto it = pools.constFind(parentUuid);
-    if (it == pools.cend()) {
+    const auto it = poolsByUuid.constFind(parentUuid);
+    if (it == poolsByUuid.cend()) {
         Log::critical("removeChildrenByParentUuid")
             << QStringLiteral("1 cannot find vm item node, uuid = %1").arg(parentUuid);
         return;

@@ -4,6 +4,7 @@
 #include "vmdatabase/vmpoolnode.h"
 
 #include "records/recordaccess_p.h"
+#include "records/uuidindex_p.h"
 #include "vmdatabase/vdivm.h"
 
 #include <algorithm>
@@ -20,17 +21,17 @@ VmPoolNode::~VmPoolNode()
 
 void VmPoolNode::appendVmItem(VmNode *item, const QString &uuid)
 {
-    items.insert(uuid, item);
+    UuidIndex::put(items, itemsByUuid, uuid, item);
 }
 
 VmNode *VmPoolNode::getVmItem(const QString &uuid)
 {
-    return items.value(uuid);
+    return itemsByUuid.value(uuid);
 }
 
 bool VmPoolNode::isExistVmItem(const QString &uuid)
 {
-    return items.contains(uuid);
+    return itemsByUuid.contains(uuid);
 }
 
 void VmPoolNode::removeVmItem(const QString &uuid)
@@ -39,13 +40,13 @@ void VmPoolNode::removeVmItem(const QString &uuid)
     if (it == items.end() || !it.value())
         return;
     delete it.value();
-    items.erase(it);
+    UuidIndex::take(items, itemsByUuid, it);
 }
 
 void VmPoolNode::clearVmItem()
 {
     qDeleteAll(items);
-    items.clear();
+    UuidIndex::clear(items, itemsByUuid);
 }
 
 int VmPoolNode::getItemCount()
