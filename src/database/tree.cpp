@@ -56,7 +56,7 @@ VmNode *VmDatabasePrivate::nodeAt(int index)
             continue;
         const int count = pool->getItemCount();
         if (index < count)
-            return pool->getItemList().at(index);
+            return RecordAccess::nodeAt(pool, index);
         index -= count;
     }
     return nullptr;
