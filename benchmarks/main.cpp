@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
+#include <array>
 #include <atomic>
 #include <map>
 #include <random>
@@ -78,20 +79,27 @@ static QString parsed(int number)
     return QString::number(number);
 }
 
-template <typename Store>
-void feed(Store &store, int pools, int items, int groupSize = 4)
+struct Size
 {
-    for (int pool = 0; pool < pools; ++pool) {
+    int pools;
+    int items;     // in each pool
+    int group = 4; // pools in each group
+};
+
+template <typename Store>
+void feed(Store &store, const Size &size)
+{
+    for (int pool = 0; pool < size.pools; ++pool) {
         const QString uuid = parsed(poolUuids[pool]);
         store.setPoolNodeValue(uuid, VdiVM::UuidKey, parsed(uuid));
         store.setPoolNodeValue(uuid, VdiVM::NameKey, parsed(values[pool % 64]));
         store.setPoolNodeValue(uuid, VdiVM::PoolTypeKey, parsed(pool % 9 ? 2 : 1));
-        store.setPoolNodeValue(uuid, VdiVM::GroupKey, pool % 11 ? parsed(pool / groupSize) : QString());
+        store.setPoolNodeValue(uuid, VdiVM::GroupKey, pool % 11 ? parsed(pool / size.group) : QString());
         store.setPoolNodeValue(uuid, VdiVM::PriorityKey, parsed(pool));
         store.setPoolNodeValue(uuid, VdiVM::FailedToConnectKey, parsed(pool % 3 == 0));
         store.setPoolNodeValue(uuid, VdiVM::AllowMultiDynamicKey, parsed(pool % 7 == 5));
         store.setPoolNodeValue(uuid, VdiVM::PreferredKey, parsed(pool % 5 == 0));
-        for (int i = pool * items; i < (pool + 1) * items; ++i) {
+        for (int i = pool * size.items; i < (pool + 1) * size.items; ++i) {
             const QString item = parsed(itemUuids[i]);
             for (const int key : itemKeys)
                 store.setNodeValue(uuid, item, VdiVM::ItemNode, key, parsed(values[(i + key) % 64]));
@@ -108,35 +116,30 @@ void feedApps(Store &store)
     }
 }
 
-/// One competitor's workloads. Those at random run \a operation(store, pool, item, key), the others operation(store).
+/// The workloads of one competitor.
 template <typename Store>
 class Workloads
 {
-    using Sizes = std::vector<std::vector<int64_t>>; // pools, items in each, pools in a group
+    using Sizes = std::vector<Size>;
+    using Benchmark = benchmark::internal::Benchmark;
+    using Fresh = void (*)(Store &store, const Size &size);
+    using AtRandom = void (*)(Store &store, int pool, int item, int key);
 
 public:
-    static void add(const std::string &competitor)
+    explicit Workloads(const std::string &competitor)
+        : name('|' + competitor)
     {
-        name = '|' + competitor;
-        const Sizes small{{100, 100, 4}}, both{{100, 100, 4}, {10000, 10, 4}};
-        const auto feedIt = [](Store &store, State &state) { feed(store, int(state.range(0)), int(state.range(1))); };
-        const auto clear = [](Store &store, State &) { store.clear(); };
-        addFresh(
-            "feed", {{10, 10}, {100, 100}, {1000, 100}, {10000, 10}}, [](Store &, State &) {}, feedIt, clear);
-        addFresh("clear", {{100, 100}}, feedIt, clear, [](Store &, State &) {});
-        addFresh(
-            "feed applications", {{0, 0}}, [](Store &, State &) {}, [](Store &store, State &) { feedApps(store); },
-            clear);
+        const Sizes small{{100, 100}}, both{{100, 100}, {10000, 10}};
         addAtRandom("read item", both, readItem);
         addAtRandom("overwrite item", both, writeItem);
         addAtRandom("read pool", both, [](Store &store, int pool, int, int) {
             DoNotOptimize(store.getPoolNodeValue(poolUuids[pool], VdiVM::NameKey));
         });
         addAtRandom("set policy", small, [](Store &store, int pool, int item, int key) {
-            store.setPolicyValue(poolUuids[pool], itemUuids[item], VdiVM::PolicyType(item % 5), key, parsed(values[1]));
+            store.setPolicyValue(poolUuids[pool], itemUuids[item], VdiVM::PolicyType(key % 5), 7, parsed(values[1]));
         });
         addAtRandom("get policy", small, [](Store &store, int pool, int item, int key) {
-            DoNotOptimize(store.getPolicyValue(poolUuids[pool], itemUuids[item], VdiVM::PolicyType(item % 5), key));
+            DoNotOptimize(store.getPolicyValue(poolUuids[pool], itemUuids[item], VdiVM::PolicyType(key % 5), 7));
         });
         addAtRandom("read application", small, [](Store &store, int, int item, int key) {
             DoNotOptimize(store.getRemoteAppValue(appIds[item % 1000], 2 + key % 12));
@@ -146,26 +149,33 @@ public:
             addAtRandom("reader and writer", small, readItem, writeItem)->Threads(2)->UseRealTime();
         }
         if constexpr (Store::features & Decisions) {
-            addAtRandom("parent", {{1000, 10, 4}, {1000, 100, 4}},
+            addAtRandom("parent", {{1000, 10}, {1000, 100}},
                         [](Store &store, int, int item, int) { DoNotOptimize(store.getParentUuid(itemUuids[item])); });
-            addInTurn("deal", {{100, 1, 4}, {1000, 1, 4}, {10000, 1, 4}, {100000, 1, 4}},
+            addInTurn("deal", {{100, 1}, {1000, 1}, {10000, 1}, {100000, 1}},
                       [](Store &store, int) { store.dealVmPools(); });
             addInTurn("wheel", {{10000, 0, 4}, {10000, 0, 64}, {10000, 0, 1024}}, [](Store &store, int) {
                 QString uuid;
                 store.wheelVmGroup(parsed(3), uuid);
             });
-            addInTurn("summary", small, [](Store &store, int) { DoNotOptimize(store.getAppsInfo()); });
+            addInTurn("application summary", small, [](Store &store, int) { DoNotOptimize(store.getAppsInfo()); });
         }
         if constexpr (Store::features & Positions) {
-            addInTurn("position", {{100, 100, 4}, {1000, 10, 4}}, [](Store &store, int turn) {
+            addInTurn("position", {{100, 100}, {1000, 10}}, [](Store &store, int turn) {
                 DoNotOptimize(store.getItemUuid(turn % 10000));
                 DoNotOptimize(store.getItemType(turn % 10000));
             });
             addInTurn("application position", small,
                       [](Store &store, int turn) { DoNotOptimize(store.getRemoteAppId(turn % 1000)); });
         }
-        addMemory("memory of an item", "allocations for an item", 50);
-        addMemory("memory of a pool", "allocations for a pool", 0);
+        const auto clear = [](Store &store, const Size &) { store.clear(); };
+        const auto nothing = [](Store &, const Size &) {};
+        addFresh("feed", {{10, 10}, {100, 100}, {1000, 100}, {10000, 10}}, nothing, feed<Store>);
+        addFresh("clear", small, feed<Store>, clear);
+        addFresh("feed applications", small, nothing, [](Store &store, const Size &) { feedApps(store); });
+        addMemory("bytes of an item", bytes, {100, 50}, 5000);
+        addMemory("allocations for an item", allocations, {100, 50}, 5000);
+        addMemory("bytes of a pool", bytes, {1100, 0}, 1000);
+        addMemory("allocations for a pool", allocations, {1100, 0}, 1000);
     }
 
 private:
@@ -180,104 +190,102 @@ private:
 
     /// Registers \a run for all sizes but those that take this store minutes to fill.
     template <typename Run>
-    static auto addSizes(const char *workload, const Sizes &sizes, Run run)
+    Benchmark *add(const std::string &workload, const Sizes &sizes, Run run)
     {
-        auto *added = benchmark::RegisterBenchmark((workload + name).c_str(), run);
-        for (const auto &size : sizes) {
-            if (size[0] * size[1] <= 10000 || Store::features & Large)
-                added->Args(size);
+        Benchmark *added = nullptr;
+        for (const Size &size : sizes) {
+            if (size.pools * size.items > 10000 && !(Store::features & Large))
+                continue;
+            std::string label = workload + ' ' + std::to_string(size.pools) + 'x' + std::to_string(size.items);
+            label += size.group == 4 ? name : " by " + std::to_string(size.group) + name;
+            added = benchmark::RegisterBenchmark(label.c_str(), run(size));
         }
         return added;
     }
 
-    /// Fed once for all workloads that leave it as large as it is.
-    static Store &scene(const State &state)
+    /// Fed once, at registration, before any workload scatters the heap.
+    static Store &scene(const Size &size)
     {
-        static std::map<std::vector<int>, std::unique_ptr<Store>> scenes;
-        static std::mutex mutex;
-        const std::lock_guard locker(mutex);
-        const std::vector<int> size{int(state.range(0)), int(state.range(1)), int(state.range(2))};
-        auto &store = scenes[size];
+        static std::map<std::array<int, 3>, std::unique_ptr<Store>> scenes;
+        auto &store = scenes[{size.pools, size.items, size.group}];
         if (!store) {
             store = std::make_unique<Store>();
-            feed(*store, size[0], size[1], size[2]);
+            feed(*store, size);
             feedApps(*store);
         }
         return *store;
     }
 
-    template <typename Before, typename Timed, typename After>
-    static void addFresh(const char *workload, const Sizes &sizes, Before before, Timed timed, After after)
+    void addInTurn(const char *workload, const Sizes &sizes, void (*operation)(Store &store, int turn))
     {
-        addSizes(workload, sizes, [=](State &state) {
-            for (auto _ : state) {
-                state.PauseTiming();
-                Store store;
-                before(store, state);
-                state.ResumeTiming();
-                timed(store, state);
-                state.PauseTiming();
-                after(store, state);
-                state.ResumeTiming();
-            }
+        add(workload, sizes, [=](const Size &size) {
+            return [operation, &store = scene(size)](State &state) {
+                int turn = 0;
+                for (auto _ : state)
+                    operation(store, turn++);
+            };
         });
     }
-
-    template <typename Operation>
-    static void addInTurn(const char *workload, const Sizes &sizes, Operation operation)
-    {
-        addSizes(workload, sizes, [=](State &state) {
-            Store &store = scene(state);
-            int turn = 0;
-            for (auto _ : state)
-                operation(store, turn++);
-        });
-    }
-
-    using Operation = void (*)(Store &store, int pool, int item, int key);
 
     /// With \a second for the second thread.
-    static auto addAtRandom(const char *workload, const Sizes &sizes, Operation first, Operation second = nullptr)
+    Benchmark *addAtRandom(const char *workload, const Sizes &sizes, AtRandom first, AtRandom second = nullptr)
     {
-        return addSizes(workload, sizes, [=](State &state) {
-            Store &store = scene(state);
-            const int items = int(state.range(1));
-            std::mt19937 random(uint(state.thread_index()));
-            std::vector<int> picks(1 << 16);
-            for (int &pick : picks)
-                pick = int(random() % uint(state.range(0) * items));
-            const Operation operation = second && state.thread_index() == 1 ? second : first;
-            size_t turn = 0;
-            for (auto _ : state) {
-                const int item = picks[++turn % picks.size()];
-                operation(store, item / items, item, itemKeys[turn % 12]);
-            }
+        return add(workload, sizes, [=](const Size &size) {
+            return [=, &store = scene(size)](State &state) {
+                const AtRandom operation = second && state.thread_index() == 1 ? second : first;
+                std::mt19937 random(uint(state.thread_index()));
+                std::vector<int> picks(1 << 16);
+                for (int &pick : picks)
+                    pick = int(random() % uint(size.pools * size.items));
+                size_t turn = 0;
+                for (auto _ : state) {
+                    const int item = picks[++turn % picks.size()];
+                    operation(store, item / size.items, item, itemKeys[turn % 12]);
+                }
+            };
         });
     }
 
-    /// Bytes, and a second time allocations, in the place of nanoseconds.
-    static void addMemory(const char *ofBytes, const char *ofAllocations, int items)
+    void addFresh(const char *workload, const Sizes &sizes, Fresh prepare, Fresh operation)
     {
-        for (auto [workload, counted] : {std::pair(ofBytes, &bytes), std::pair(ofAllocations, &allocations)}) {
-            addSizes(workload, {{100, items}},
-                     [=, counter = counted](State &state) {
-                         for (auto _ : state) {
-                             Store store;
-                             feed(store, 100, 0);
-                             bytes = allocations = 0;
-                             counting = true;
-                             feed(store, items ? 100 : 1100, items);
-                             counting = false;
-                             state.SetIterationTime(double(*counter) * 1e-9 / (items ? 100 * items : 1000));
-                             store.clear();
-                         }
-                     })
-                ->UseManualTime()
-                ->Iterations(1);
-        }
+        add(workload, sizes, [=](const Size &size) {
+            return [=](State &state) {
+                for (auto _ : state) {
+                    state.PauseTiming();
+                    auto store = std::make_unique<Store>();
+                    prepare(*store, size);
+                    state.ResumeTiming();
+                    operation(*store, size);
+                    state.PauseTiming();
+                    store->clear();
+                    store.reset();
+                    state.ResumeTiming();
+                }
+            };
+        });
     }
 
-    static inline std::string name;
+    /// Bytes or allocations in the place of nanoseconds, for each of \a count.
+    void addMemory(const char *workload, const std::atomic<qint64> &what, const Size &size, int count)
+    {
+        const auto run = [=, &what](const Size &) {
+            return [=, &what](State &state) {
+                for (auto _ : state) {
+                    Store store;
+                    feed(store, {100, 0});
+                    bytes = allocations = 0;
+                    counting = true;
+                    feed(store, size);
+                    counting = false;
+                    state.SetIterationTime(double(what) * 1e-9 / count);
+                    store.clear();
+                }
+            };
+        };
+        add(workload, {size}, run)->UseManualTime()->Iterations(1);
+    }
+
+    const std::string name;
 };
 
 /// What a store answers and logs.
@@ -289,7 +297,7 @@ QStringList answers()
     Store store;
     QStringList answers;
     QString uuid;
-    feed(store, 44, 3);
+    feed(store, {44, 3});
     feedApps(store);
     store.setPolicyValue(poolUuids[7], itemUuids[22], VdiVM::PolicyType(3), 5, values[8]);
     store.setNodeValue(poolUuids[7], itemUuids[22], VdiVM::ItemNode, 204, parsed(1));
@@ -320,24 +328,27 @@ QStringList answers()
 }
 
 template <typename Store>
-void addStore(const char *name)
+void addCompetitor(const char *name, const char *wanted)
 {
-    // Each competitor against the library as far as it goes.
+    if (wanted && qstrcmp(name, wanted) != 0)
+        return;
     if (answers<Store, Store::features>() != answers<Library, Store::features>())
         qFatal("%s answers otherwise than the library", name);
-    Workloads<Store>::add(name);
+    Workloads<Store>{name};
 }
 
+/// Runs the workloads of all competitors, or of the one that the first argument names: each has a heap of its own then.
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    addStore<Library>("library");
-    addStore<BareMap>("QMap");
-    addStore<BareHash>("unordered_map");
-    addStore<LockedHash>("shared_mutex + unordered_map");
-    addStore<LockedVariants>("QReadWriteLock + QVariantMap");
-    addStore<Sqlite>("SQLite");
     benchmark::Initialize(&argc, argv);
+    const char *wanted = argc > 1 ? argv[1] : nullptr;
+    addCompetitor<Library>("library", wanted);
+    addCompetitor<BareMap>("QMap", wanted);
+    addCompetitor<BareHash>("unordered_map", wanted);
+    addCompetitor<LockedHash>("shared_mutex + unordered_map", wanted);
+    addCompetitor<LockedVariants>("QReadWriteLock + QVariantMap", wanted);
+    addCompetitor<Sqlite>("SQLite", wanted);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }
