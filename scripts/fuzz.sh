@@ -14,14 +14,14 @@ export ASAN_OPTIONS=detect_leaks=0
 for target in database replay; do
     found=build/fuzz/found/$target
     mkdir -p "$found"
-    corpus=("tests/fuzz/corpus/$target")
+    corpus=("fuzz/corpus/$target")
     [ $target = replay ] && corpus+=(examples/feeds)
     options=(-detect_leaks=0 -timeout=60 -rss_limit_mb=4096 -artifact_prefix="$found-")
     echo "== $target"
     if [ "$seconds" -eq 0 ]; then
-        build/fuzz/tests/fuzz/fuzz_$target "${options[@]}" -runs=0 "${corpus[@]}"
+        build/fuzz/fuzz/fuzz_$target "${options[@]}" -runs=0 "${corpus[@]}"
     else
-        build/fuzz/tests/fuzz/fuzz_$target "${options[@]}" -max_total_time="$seconds" -max_len=4096 -len_control=0 \
+        build/fuzz/fuzz/fuzz_$target "${options[@]}" -max_total_time="$seconds" -max_len=4096 -len_control=0 \
             -print_final_stats=1 "$found" "${corpus[@]}"
     fi
 done

@@ -3,24 +3,77 @@
 
 #include "log_p.h"
 
-QDebug Log::info()
+#include <QtCore/QDebug>
+
+#include <algorithm>
+
+// Whether QDebug writes a text between its quotes as it stands.
+static bool isPlain(const QString &text)
 {
-    return QMessageLogger(nullptr, 0, nullptr).info();
+    return std::all_of(text.cbegin(), text.cend(),
+                       [](QChar c) { return c >= u' ' && c <= u'~' && c != u'"' && c != u'\\'; });
 }
 
-QDebug Log::critical()
+Log::Line::Line(QtMsgType severity)
+    : type(severity)
 {
-    return QMessageLogger(nullptr, 0, nullptr).critical();
+    text.reserve(128);
 }
 
-QDebug Log::info(const char *operation)
+Log::Line::Line(QtMsgType severity, const char *operation)
+    : Line(severity)
 {
-    return info() << "[" << operation << "]";
+    *this << "[" << operation << "]";
 }
 
-QDebug Log::critical(const char *operation)
+Log::Line::~Line()
 {
-    return critical() << "[" << operation << "]";
+    text.chop(1); // every item has put a blank behind itself
+    qt_message_output(type, QMessageLogContext(nullptr, 0, nullptr, "default"), text);
+}
+
+Log::Line &Log::Line::operator<<(const char *item)
+{
+    text += QLatin1String(item);
+    text += u' ';
+    return *this;
+}
+
+Log::Line &Log::Line::operator<<(const QString &item)
+{
+    append(item);
+    text += u' ';
+    return *this;
+}
+
+Log::Line &Log::Line::operator<<(const QList<QString> &items)
+{
+    text += u'(';
+    for (const QString &item : items) {
+        if (&item != &items.constFirst())
+            text += QLatin1String(", ");
+        append(item);
+    }
+    text += QLatin1String(") ");
+    return *this;
+}
+
+Log::Line &Log::Line::operator<<(int item)
+{
+    text += QString::number(item);
+    text += u' ';
+    return *this;
+}
+
+void Log::Line::append(const QString &item)
+{
+    if (!isPlain(item)) {
+        QDebug(&text).nospace() << item;
+        return;
+    }
+    text += u'"';
+    text += item;
+    text += u'"';
 }
 
 void Log::errorLocation(const char *operation, const char *signature, int line)

@@ -3,18 +3,59 @@
 
 #pragma once
 
-#include <QtCore/QDebug>
+#include <QtCore/QList>
+#include <QtCore/QString>
 
-// The one way to make a log line: category "default", no file, line or function, items streamed one by one so that Qt's
-// spacing and quoting apply. The texts are interface: people search logs for them.
+// The one way to make a log line: category "default", no file, line or function, items streamed one by one and spaced
+// and quoted as QDebug does. The texts are interface: people search logs for them.
 namespace Log {
 
-QDebug info();
-QDebug critical();
+/// What QDebug would write, at a third of its price. Written when it goes out of scope.
+class Line
+{
+    Q_DISABLE_COPY(Line)
 
-/// Lines that begin with the bracketed name of the operation.
-QDebug info(const char *operation);
-QDebug critical(const char *operation);
+public:
+    explicit Line(QtMsgType severity);
+
+    /// A line that begins with the bracketed name of the operation.
+    Line(QtMsgType severity, const char *operation);
+    ~Line();
+
+    /// Bare, plain ASCII.
+    Line &operator<<(const char *item);
+
+    /// In quotes, with escapes where it takes any.
+    Line &operator<<(const QString &item);
+    Line &operator<<(const QList<QString> &items);
+    Line &operator<<(int item);
+
+private:
+    void append(const QString &item);
+
+    const QtMsgType type;
+    QString text;
+};
+
+inline Line info()
+{
+    return Line(QtInfoMsg);
+}
+
+inline Line info(const char *operation)
+{
+    return Line(QtInfoMsg, operation);
+}
+
+inline Line critical()
+{
+    return Line(QtCriticalMsg);
+}
+
+inline Line critical(const char *operation)
+{
+    return Line(QtCriticalMsg, operation);
+}
 
 /// The critical line that follows some reports and names the place that made them. The signature is a literal of the
 /// caller's since compilers print signatures differently; the line is that of the call.

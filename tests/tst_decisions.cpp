@@ -3,7 +3,10 @@
 
 #include "testsupport.h"
 
+#include "presentation/poolordering_p.h"
+
 #include <vmdatabase/vmdatabase.h>
+#include <vmdatabase/vmpoolnode.h>
 
 class tst_Decisions : public QObject
 {
@@ -16,6 +19,7 @@ private Q_SLOTS:
     void scenes();
     void inconsistentOrder_data();
     void inconsistentOrder();
+    void sortedAsByPredicate();
 };
 
 // A scene is a line of pools: "uuid key=value ... items=N active; ..."; an underscore in a value stands for a blank.
@@ -137,6 +141,29 @@ void tst_Decisions::inconsistentOrder()
         db.dealVmPools();
         QVERIFY(uuids.contains(shown(db, uuids)));
         QCOMPARE(db.getItemCount(), size);
+    }
+}
+
+// Pools are ranked once, but come out as if the predicate had been asked at each comparison, whatever their flags.
+void tst_Decisions::sortedAsByPredicate()
+{
+    quint32 random = 1;
+    const auto next = [&random] { return QString::number((random = random * 1664525 + 1013904223) >> 30); };
+    for (int size = 0; size < 60; ++size) {
+        QList<VmPoolNode *> pools;
+        for (int i = 0; i < size; ++i) {
+            pools << new VmPoolNode;
+            for (const int key : {305, 306, 309})
+                pools[i]->setValue(key, next());
+        }
+        QList<VmPoolNode *> expected = pools;
+        QT_WARNING_PUSH
+        QT_WARNING_DISABLE_DEPRECATED
+        qSort(expected.begin(), expected.end(), poolGoesFirst);
+        QT_WARNING_POP
+        sortPools(pools);
+        QCOMPARE(pools, expected);
+        qDeleteAll(pools);
     }
 }
 

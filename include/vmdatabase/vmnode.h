@@ -45,6 +45,8 @@ public:
     int nodeType = 0;
 
 private:
+    friend class RecordAccess;
+
     QMap<int, QString> values;
     QReadWriteLock valueLock;    // guards values, and only values
     QMap<int, QString> keyNames; // never changes; all nodes share one map

@@ -5,6 +5,7 @@
 
 #include <vmdatabase/vmnode.h>
 
+#include <QtCore/QHash>
 #include <QtCore/QList>
 
 /// One pool of virtual machines: a node with the items it owns, by item uuid. Every list and walk is in ascending uuid
@@ -59,5 +60,8 @@ public:
     bool haveActiveItem();
 
 private:
-    QMap<QString, VmNode *> items; // owned; guarded by no lock
+    friend class RecordAccess;
+
+    QMap<QString, VmNode *> items;        // owned; guarded by no lock
+    QHash<QString, VmNode *> itemsByUuid; // the same entries, for lookups
 };

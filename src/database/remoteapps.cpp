@@ -5,6 +5,7 @@
 #include "vmdatabase/vmdatabase.h"
 
 #include "log_p.h"
+#include "records/uuidindex_p.h"
 #include "text_p.h"
 #include "vmdatabase/remoteapp.h"
 
@@ -37,7 +38,7 @@ QString VmDatabasePrivate::getRemoteAppId(int index)
 QString VmDatabasePrivate::getRemoteAppValue(QString appId, int key)
 {
     QReadLocker locker(&remoteAppLock);
-    if (RemoteApp *app = remoteApps.value(appId))
+    if (RemoteApp *app = remoteAppsById.value(appId))
         return app->getValue(key);
     // Meant to be written under the lock.
     Log::info() << "Error couldn't find " << appId << ", keys: " << remoteApps.keys();
@@ -47,39 +48,52 @@ QString VmDatabasePrivate::getRemoteAppValue(QString appId, int key)
 QString VmDatabasePrivate::getRemoteAppValueByName(const QString &appId, int key)
 {
     QReadLocker locker(&remoteAppLock);
-    RemoteApp *app = remoteApps.value(appId);
+    RemoteApp *app = remoteAppsById.value(appId);
     return app ? app->getValue(key) : QString();
 }
 
 void VmDatabasePrivate::setRemoteAppValue(QString appId, int key, const QString &value)
 {
     QWriteLocker locker(&remoteAppLock);
-    if (RemoteApp *app = remoteApps.value(appId)) {
+    if (RemoteApp *app = remoteAppsById.value(appId)) {
         app->setValue(key, value);
         return;
     }
     auto *app = new RemoteApp(appId, nullptr);
     app->setValue(key, value);
-    remoteApps.insert(appId, app);
+    UuidIndex::put(remoteApps, remoteAppsById, appId, app);
 }
 
 void VmDatabasePrivate::deleteRemoteApp(QString appId)
 {
-    if (RemoteApp *app = remoteApps.take(appId))
+    const auto it = remoteApps.find(appId);
+    if (it == remoteApps.end())
+        return;
+    if (RemoteApp *app = it.value())
         app->deleteLater();
+    UuidIndex::take(remoteApps, remoteAppsById, it);
+}
+
+// That an unknown id is listed from here on, without a record, is meant.
+RemoteApp *VmDatabasePrivate::listedRemoteApp(const QString &appId)
+{
+    const auto it = remoteAppsById.constFind(appId);
+    if (it != remoteAppsById.cend())
+        return it.value();
+    UuidIndex::put<RemoteApp>(remoteApps, remoteAppsById, appId, nullptr);
+    return nullptr;
 }
 
 const QJsonObject &VmDatabasePrivate::getRemoteAppControlPolicy(QString appId)
 {
-    // The inserting subscript is meant: an unknown id is listed from here on, without a record.
-    RemoteApp *app = remoteApps[appId];
+    RemoteApp *app = listedRemoteApp(appId);
     return app ? std::as_const(*app).getControlPolicy() : noControlPolicy();
 }
 
 void VmDatabasePrivate::setRemoteAppControlPolicy(QString appId, const QJsonObject &policy)
 {
-    // As above; there is no record to keep the policy then, and it is dropped.
-    if (RemoteApp *app = remoteApps[appId])
+    // An id without a record has nothing to keep the policy in: it is dropped.
+    if (RemoteApp *app = listedRemoteApp(appId))
         app->setControlPolicy(policy);
 }
 
@@ -90,7 +104,7 @@ void VmDatabasePrivate::clearRemoteAppList()
         if (app)
             app->deleteLater();
     }
-    remoteApps.clear();
+    UuidIndex::clear(remoteApps, remoteAppsById);
 }
 
 const QJsonObject &VmDatabase::getRemoteAppControlPolicy(QString appId)

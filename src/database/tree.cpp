@@ -5,6 +5,8 @@
 #include "vmdatabase/vmdatabase.h"
 
 #include "log_p.h"
+#include "records/recordaccess_p.h"
+#include "records/uuidindex_p.h"
 #include "text_p.h"
 #include "vmdatabase/vmpoolnode.h"
 
@@ -26,7 +28,7 @@ int VmDatabasePrivate::getItemCountByServerIp(const QString &serverIp)
     QReadLocker locker(&poolLock);
     int count = 0;
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (pool && pool->getValue(VdiVM::ServerIpKey) == serverIp)
+        if (pool && RecordAccess::isEqual(pool, VdiVM::ServerIpKey, serverIp))
             count += pool->getItemCount();
     }
     return count;
@@ -54,7 +56,7 @@ VmNode *VmDatabasePrivate::nodeAt(int index)
             continue;
         const int count = pool->getItemCount();
         if (index < count)
-            return pool->getItemList().at(index);
+            return RecordAccess::nodeAt(pool, index);
         index -= count;
     }
     return nullptr;
@@ -75,7 +77,7 @@ int VmDatabasePrivate::getItemType(int index)
 int VmDatabasePrivate::getItemTypeByUuid(const QString &uuid)
 {
     QReadLocker locker(&poolLock);
-    if (pools.contains(uuid))
+    if (poolsByUuid.contains(uuid))
         return VdiVM::PoolNode;
     for (VmPoolNode *pool : std::as_const(pools)) {
         if (pool->isExistVmItem(uuid)) {
@@ -97,7 +99,7 @@ QString VmDatabasePrivate::getParentUuid(const QString &uuid)
         if (pool && pool->isExistVmItem(uuid))
             return pool->getValue(VdiVM::UuidKey);
     }
-    return pools.contains(uuid) ? uuid : emptyText();
+    return poolsByUuid.contains(uuid) ? uuid : emptyText();
 }
 
 QString VmDatabasePrivate::getUuidByParentUuid(const QString &parentUuid)
@@ -109,7 +111,7 @@ QString VmDatabasePrivate::getUuidByParentUuid(const QString &parentUuid)
     QReadLocker locker(&poolLock);
     QString uuid = emptyText();
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (!pool || pool->getValue(VdiVM::UuidKey) != parentUuid)
+        if (!pool || !RecordAccess::isEqual(pool, VdiVM::UuidKey, parentUuid))
             continue;
         if (VmNode *item = pool->getDynamicVmItem())
             uuid = item->getValue(VdiVM::UuidKey);
@@ -129,8 +131,8 @@ QString VmDatabasePrivate::getResourceNameByParentUuid(const QString &parentUuid
 QList<QString> VmDatabasePrivate::getChildrenByParentUuid(const QString &parentUuid)
 {
     QList<QString> uuids;
-    const auto it = pools.constFind(parentUuid);
-    if (it == pools.cend()) {
+    const auto it = poolsByUuid.constFind(parentUuid);
+    if (it == poolsByUuid.cend()) {
         Log::critical("getChildrenByParentUuid")
             << QStringLiteral("1 cannot find vm item node, uuid = %1").arg(parentUuid);
         return uuids;
@@ -152,10 +154,10 @@ void VmDatabasePrivate::removeNode(const QString &uuid)
     QWriteLocker locker(&poolLock);
     for (auto it = pools.begin(); it != pools.end(); ++it) {
         VmPoolNode *pool = it.value();
-        if (pool->getValue(VdiVM::UuidKey) == uuid) {
+        if (RecordAccess::isEqual(pool, VdiVM::UuidKey, uuid)) {
             pool->deleteLater();
             // The matched entry, which is filed under another text once a client has overwritten the stored uuid.
-            pools.erase(it);
+            UuidIndex::take(pools, poolsByUuid, it);
             return;
         }
         if (pool->isExistVmItem(uuid)) {
@@ -169,9 +171,9 @@ void VmDatabasePrivate::removeNodesByServerIp(const QString &serverIp)
 {
     QWriteLocker locker(&poolLock);
     for (auto it = pools.begin(); it != pools.end();) {
-        if (it.value()->getValue(VdiVM::ServerIpKey) == serverIp) {
+        if (RecordAccess::isEqual(it.value(), VdiVM::ServerIpKey, serverIp)) {
             it.value()->deleteLater();
-            it = pools.erase(it);
+            it = UuidIndex::take(pools, poolsByUuid, it);
         } else {
             ++it;
         }
@@ -180,8 +182,8 @@ void VmDatabasePrivate::removeNodesByServerIp(const QString &serverIp)
 
 void VmDatabasePrivate::removeChildrenByParentUuid(const QString &parentUuid)
 {
-    const auto it = pools.constFind(parentUuid);
-    if (it == pools.cend()) {
+    const auto it = poolsByUuid.constFind(parentUuid);
+    if (it == poolsByUuid.cend()) {
         Log::critical("removeChildrenByParentUuid")
             << QStringLiteral("1 cannot find vm item node, uuid = %1").arg(parentUuid);
         return;

@@ -4,6 +4,7 @@
 #include "vmdatabase/private/vmdatabase_p.h"
 
 #include "log_p.h"
+#include "records/uuidindex_p.h"
 #include "vmdatabase/remoteapp.h"
 #include "vmdatabase/vmitemnode.h"
 #include "vmdatabase/vmpoolnode.h"
@@ -24,7 +25,7 @@ void VmDatabasePrivate::clearVmPoolList()
         if (pool)
             pool->deleteLater();
     }
-    pools.clear();
+    UuidIndex::clear(pools, poolsByUuid);
 }
 
 QList<VmPoolNode *> VmDatabasePrivate::getPoolNodeList()
@@ -53,8 +54,8 @@ VmPoolNode *VmDatabasePrivate::getVmPool(const QString &parentUuid)
     }
     {
         QReadLocker locker(&poolLock);
-        const auto it = pools.constFind(parentUuid);
-        if (it != pools.cend())
+        const auto it = poolsByUuid.constFind(parentUuid);
+        if (it != poolsByUuid.cend())
             return it.value();
     }
     {
@@ -63,9 +64,9 @@ VmPoolNode *VmDatabasePrivate::getVmPool(const QString &parentUuid)
         auto *pool = new VmPoolNode;
         pool->nodeType = VdiVM::PoolNode;
         pool->setValue(VdiVM::UuidKey, parentUuid);
-        pools.insert(parentUuid, pool);
+        UuidIndex::put(pools, poolsByUuid, parentUuid, pool);
     }
     // The table decides, not the pointer just made: another thread may have replaced that one, or removed it.
     QReadLocker locker(&poolLock);
-    return pools.value(parentUuid);
+    return poolsByUuid.value(parentUuid);
 }

@@ -6,7 +6,7 @@
 
 #include "log_p.h"
 #include "poolordering_p.h"
-#include "text_p.h"
+#include "records/recordaccess_p.h"
 #include "vmdatabase/vmpoolnode.h"
 
 #include <utility>
@@ -34,7 +34,7 @@ QSharedPointer<QList<VmPoolNode *>> VmDatabasePrivate::getVmPoolListByGroup(QStr
     const auto list = QSharedPointer<QList<VmPoolNode *>>::create();
     QReadLocker locker(&poolLock);
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (pool->getValue(VdiVM::GroupKey) == group)
+        if (RecordAccess::isEqual(pool, VdiVM::GroupKey, group))
             *list << pool;
     }
     return list;
@@ -56,7 +56,7 @@ bool VmDatabase::wheelVmGroup(QString group, QString &uuid)
     bool usable = false;
     for (VmPoolNode *pool : std::as_const(*pools)) {
         pool->setValue(VdiVM::HiddenKey, QStringLiteral("1"));
-        usable = usable || toUnsigned(pool->getValue(VdiVM::FailedToConnectKey)) == 0;
+        usable = usable || RecordAccess::toUnsigned(pool, VdiVM::FailedToConnectKey) == 0;
     }
     VmPoolNode *lead = pools->constFirst();
     lead->setValue(VdiVM::HiddenKey, QStringLiteral("0"));

@@ -3,31 +3,58 @@
 
 #include "poolordering_p.h"
 
-#include "text_p.h"
+#include "records/recordaccess_p.h"
 #include "vmdatabase/vdivm.h"
 #include "vmdatabase/vmpoolnode.h"
 
+#include <QtCore/QVector>
 #include <QtCore/QtAlgorithms>
+
+#include <algorithm>
+#include <iterator>
+
+// What ranks a pool, and the pool itself.
+struct RankedPool
+{
+    VmPoolNode *pool;
+    uint failed;
+    uint preferred;
+    uint priority;
+};
+
+static RankedPool rank(VmPoolNode *pool)
+{
+    return {pool, RecordAccess::toUnsigned(pool, VdiVM::FailedToConnectKey),
+            RecordAccess::toUnsigned(pool, VdiVM::PreferredKey), RecordAccess::toUnsigned(pool, VdiVM::PriorityKey)};
+}
+
+static bool goesFirst(const RankedPool &a, const RankedPool &b)
+{
+    if (a.failed != b.failed)
+        return b.failed != 0;
+    if (a.preferred != b.preferred)
+        return b.preferred == 0;
+    return a.priority > b.priority;
+}
 
 bool poolGoesFirst(VmPoolNode *a, VmPoolNode *b)
 {
-    const uint failedA = toUnsigned(a->getValue(VdiVM::FailedToConnectKey));
-    const uint failedB = toUnsigned(b->getValue(VdiVM::FailedToConnectKey));
-    if (failedA != failedB)
-        return failedB != 0;
-    const uint preferredA = toUnsigned(a->getValue(VdiVM::PreferredKey));
-    const uint preferredB = toUnsigned(b->getValue(VdiVM::PreferredKey));
-    if (preferredA != preferredB)
-        return preferredB == 0;
-    return toUnsigned(a->getValue(VdiVM::PriorityKey)) > toUnsigned(b->getValue(VdiVM::PriorityKey));
+    return goesFirst(rank(a), rank(b));
 }
 
 void sortPools(QList<VmPoolNode *> &pools)
 {
+    // Each pool is ranked once and not at each comparison.
+    QVector<RankedPool> ranked;
+    ranked.reserve(pools.size());
+    std::transform(pools.cbegin(), pools.cend(), std::back_inserter(ranked), rank);
+
     // std::sort may read out of bounds with an order that is not strict and weak; qSort checks its bounds at every
     // step. It is deprecated for being slower, which is no reason here.
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
-    qSort(pools.begin(), pools.end(), poolGoesFirst);
+    qSort(ranked.begin(), ranked.end(), goesFirst);
     QT_WARNING_POP
+
+    std::transform(ranked.cbegin(), ranked.cend(), pools.begin(), [](const RankedPool &pool) { return pool.pool; });
 }

@@ -6,7 +6,7 @@
 
 #include "log_p.h"
 #include "poolordering_p.h"
-#include "text_p.h"
+#include "records/recordaccess_p.h"
 #include "vmdatabase/vmpoolnode.h"
 
 #include <utility>
@@ -19,7 +19,7 @@ static bool holdsItem(VmPoolNode *pool)
 
 static bool allowsMultiDynamic(VmPoolNode *pool)
 {
-    return toSigned(pool->getValue(VdiVM::AllowMultiDynamicKey)) != 0;
+    return RecordAccess::toSigned(pool, VdiVM::AllowMultiDynamicKey) != 0;
 }
 
 static void show(VmPoolNode *pool)
@@ -50,10 +50,10 @@ static void dealPool(VmPoolNode *pool)
     if (pool->haveActiveItem())
         pool->setValue(VdiVM::FailedToConnectKey, QStringLiteral("0"));
 
-    const uint type = toUnsigned(pool->getValue(VdiVM::PoolTypeKey));
+    const uint type = RecordAccess::toUnsigned(pool, VdiVM::PoolTypeKey);
     if (type == 1 || type == 7 || type == 3) {
         showUnlessItem(pool);
-    } else if (!pool->getValue(VdiVM::GroupKey).isEmpty()) {
+    } else if (!RecordAccess::isEqual(pool, VdiVM::GroupKey, QString())) {
         hide(pool); // its group decides later
         logDecision("poolNode, SET HIDE ", pool);
     } else if (!allowsMultiDynamic(pool)) {
@@ -74,7 +74,7 @@ static void dealGroup(QList<VmPoolNode *> &pools)
         logDecision("poolNode, SET HIDE ", pool);
         hasItems = hasItems || holdsItem(pool);
         multiDynamic =
-            multiDynamic || (allowsMultiDynamic(pool) && toUnsigned(pool->getValue(VdiVM::PreferredKey)) != 0);
+            multiDynamic || (allowsMultiDynamic(pool) && RecordAccess::toUnsigned(pool, VdiVM::PreferredKey) != 0);
     }
 
     VmPoolNode *lead = pools.constFirst();

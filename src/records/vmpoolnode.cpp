@@ -3,7 +3,8 @@
 
 #include "vmdatabase/vmpoolnode.h"
 
-#include "text_p.h"
+#include "records/recordaccess_p.h"
+#include "records/uuidindex_p.h"
 #include "vmdatabase/vdivm.h"
 
 #include <algorithm>
@@ -20,17 +21,17 @@ VmPoolNode::~VmPoolNode()
 
 void VmPoolNode::appendVmItem(VmNode *item, const QString &uuid)
 {
-    items.insert(uuid, item);
+    UuidIndex::put(items, itemsByUuid, uuid, item);
 }
 
 VmNode *VmPoolNode::getVmItem(const QString &uuid)
 {
-    return items.value(uuid);
+    return itemsByUuid.value(uuid);
 }
 
 bool VmPoolNode::isExistVmItem(const QString &uuid)
 {
-    return items.contains(uuid);
+    return itemsByUuid.contains(uuid);
 }
 
 void VmPoolNode::removeVmItem(const QString &uuid)
@@ -39,13 +40,13 @@ void VmPoolNode::removeVmItem(const QString &uuid)
     if (it == items.end() || !it.value())
         return;
     delete it.value();
-    items.erase(it);
+    UuidIndex::take(items, itemsByUuid, it);
 }
 
 void VmPoolNode::clearVmItem()
 {
     qDeleteAll(items);
-    items.clear();
+    UuidIndex::clear(items, itemsByUuid);
 }
 
 int VmPoolNode::getItemCount()
@@ -71,5 +72,5 @@ VmNode *VmPoolNode::getDynamicVmItem()
 bool VmPoolNode::haveActiveItem()
 {
     return std::any_of(items.cbegin(), items.cend(),
-                       [](VmNode *item) { return item && toUnsigned(item->getValue(VdiVM::ItemActiveKey)) == 1; });
+                       [](VmNode *item) { return item && RecordAccess::toUnsigned(item, VdiVM::ItemActiveKey) == 1; });
 }

@@ -6,6 +6,7 @@
 #include <vmdatabase/vdivm.h>
 #include <vmdatabase/vmdatabase_export.h>
 
+#include <QtCore/QHash>
 #include <QtCore/QJsonObject>
 #include <QtCore/QList>
 #include <QtCore/QMap>
@@ -133,6 +134,7 @@ private:
     friend class VmDatabase; // for the decisions that the facade makes over the tables
 
     VmNode *nodeAt(int index);
+    RemoteApp *listedRemoteApp(const QString &appId);
 
     QReadWriteLock poolLock; // guards pools, and only pools
     QMap<QString, VmPoolNode *> pools;
@@ -140,4 +142,8 @@ private:
     QMap<QString, RemoteApp *> remoteApps;
     QReadWriteLock saasAppLock; // guards saasApps, and only saasApps
     QMap<QString, QSharedPointer<RemoteApp>> saasApps;
+
+    // The same entries as in the maps, for lookups, and under the same locks.
+    QHash<QString, VmPoolNode *> poolsByUuid;
+    QHash<QString, RemoteApp *> remoteAppsById;
 };

@@ -1,0 +1,443 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <vmdatabase/vmdatabase.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDebug>
+#include <QtCore/QReadWriteLock>
+#include <QtCore/QVariant>
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <shared_mutex>
+#include <unordered_map>
+#include <vector>
+
+// What a user could pick: the library, and what one would otherwise write oneself over containers or a database, with
+// the library's own operations, so that a workload is written once. Not every competitor has every feature.
+enum Feature { Decisions = 1, Positions = 2, Threads = 4, Large = 8 };
+
+class Library : public VmDatabase
+{
+public:
+    static constexpr int features = Decisions | Positions | Threads | Large;
+
+    /// Everything gone, the event loop drained.
+    void clear()
+    {
+        clearRemoteAppList();
+        VmDatabase::clear();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+};
+
+struct NoLock
+{
+    void lock() {}
+    void unlock() {}
+    void lock_shared() {}
+    void unlock_shared() {}
+};
+
+struct QtLock : QReadWriteLock
+{
+    void lock() { lockForWrite(); }
+    void lock_shared() { lockForRead(); }
+    void unlock_shared() { unlock(); }
+};
+
+template <typename Key, typename Value>
+struct Ordered : QMap<Key, Value>
+{
+    const Value *get(const Key &key) const
+    {
+        const auto it = this->constFind(key);
+        return it == this->cend() ? nullptr : &*it;
+    }
+    template <typename Predicate>
+    bool anyOf(Predicate predicate) const
+    {
+        for (auto it = this->cbegin(); it != this->cend(); ++it) {
+            if (predicate(it.key(), *it))
+                return true;
+        }
+        return false;
+    }
+};
+
+template <typename Key, typename Value>
+struct Hashed : std::unordered_map<Key, Value>
+{
+    const Value *get(const Key &key) const
+    {
+        const auto it = this->find(key);
+        return it == this->cend() ? nullptr : &it->second;
+    }
+    template <typename Predicate>
+    bool anyOf(Predicate predicate) const
+    {
+        return std::any_of(this->begin(), this->end(),
+                           [&](const auto &entry) { return predicate(entry.first, entry.second); });
+    }
+};
+
+/// Nested containers behind one lock, with one lookup per step. Without the lock they are the limit for their kind.
+template <template <typename, typename> class Map, typename Mutex>
+class Containers
+{
+    using Values = Map<int, QString>;
+    struct Item
+    {
+        Values values;
+        Map<int, Values> policies;
+    };
+    struct Pool
+    {
+        Values values;
+        Map<QString, Item> items;
+    };
+    using Reading = const std::shared_lock<Mutex>;
+    using Writing = const std::unique_lock<Mutex>;
+
+public:
+    static constexpr int features = Large | Decisions |
+                                    (std::is_base_of_v<QMap<int, QString>, Values> ? Positions : 0) |
+                                    (std::is_same_v<Mutex, NoLock> ? 0 : Threads);
+
+    QString getPoolNodeValue(const QString &uuid, int key)
+    {
+        Reading lock(mutex);
+        const Pool *pool = pools.get(uuid);
+        return pool ? text(*pool, key) : QString();
+    }
+    QString getNodeValue(const QString &pool, const QString &uuid, int, int key)
+    {
+        Reading lock(mutex);
+        const Item *item = findItem(pool, uuid);
+        return item ? text(*item, key) : QString();
+    }
+    QString getPolicyValue(const QString &pool, const QString &uuid, int type, int key)
+    {
+        Reading lock(mutex);
+        const Item *item = findItem(pool, uuid);
+        const Values *policy = item ? item->policies.get(type) : nullptr;
+        const QString *text = policy ? policy->get(key) : nullptr;
+        return text ? *text : QString();
+    }
+    QString getRemoteAppValue(const QString &id, int key)
+    {
+        Reading lock(mutex);
+        const Item *app = apps.get(id);
+        return app ? text(*app, key) : QString();
+    }
+    void setPoolNodeValue(const QString &pool, int key, const QString &text)
+    {
+        Writing lock(mutex);
+        pools[pool].values[key] = text;
+    }
+    void setNodeValue(const QString &pool, const QString &item, int, int key, const QString &text)
+    {
+        Writing lock(mutex);
+        pools[pool].items[item].values[key] = text;
+    }
+    void setPolicyValue(const QString &pool, const QString &item, int type, int key, const QString &text)
+    {
+        Writing lock(mutex);
+        pools[pool].items[item].policies[type][key] = text;
+    }
+    void setRemoteAppValue(const QString &id, int key, const QString &text)
+    {
+        Writing lock(mutex);
+        apps[id].values[key] = text;
+    }
+    void clear()
+    {
+        pools.clear();
+        apps.clear();
+    }
+
+    QString getItemUuid(int index)
+    {
+        Reading lock(mutex);
+        const auto pool = skipTo(index);
+        if (pool == pools.cend())
+            return {};
+        return index < pool->items.size() ? std::next(pool->items.cbegin(), index).key() : pool.key();
+    }
+    int getItemType(int index)
+    {
+        Reading lock(mutex);
+        const auto pool = skipTo(index);
+        return pool == pools.cend() ? 0 : index < pool->items.size() ? VdiVM::ItemNode : VdiVM::PoolNode;
+    }
+    QString getParentUuid(const QString &uuid)
+    {
+        Reading lock(mutex);
+        QString parent;
+        const bool isItem = pools.anyOf([&](const QString &key, const Pool &pool) {
+            const bool isParent = pool.items.get(uuid);
+            if (isParent)
+                parent = key;
+            return isParent;
+        });
+        return isItem ? parent : pools.get(uuid) ? uuid : QString();
+    }
+    QString getRemoteAppId(int index)
+    {
+        Reading lock(mutex);
+        return apps.keys().at(index); // copies the list each time
+    }
+    QMap<QString, QString> getAppsInfo()
+    {
+        Reading lock(mutex);
+        QMap<QString, QString> info;
+        apps.anyOf([&](const QString &, const Item &app) {
+            info.insert(text(app, VdiVM::AppSummaryKey), text(app, VdiVM::AppSummaryValueKey));
+            return false;
+        });
+        return info;
+    }
+
+    void dealVmPools()
+    {
+        Writing lock(mutex);
+        QMap<QString, std::vector<Pool *>> groups;
+        for (Pool *pool : all()) {
+            if (hasActiveItem(*pool))
+                pool->values[VdiVM::FailedToConnectKey] = QStringLiteral("0");
+            const uint type = number(pool, VdiVM::PoolTypeKey);
+            const bool byItems = type == 1 || type == 3 || type == 7;
+            const QString group = text(*pool, VdiVM::GroupKey);
+            if (!group.isEmpty())
+                groups[group].push_back(pool);
+            if (!byItems && !group.isEmpty())
+                decide(pool, true, "poolNode, SET HIDE ");
+            else if (byItems || number(pool, VdiVM::AllowMultiDynamicKey) == 0)
+                setHidden(pool, !pool->items.empty());
+            else
+                decide(pool, false, "pool allowMultiDynamicDesktop, DO SHOW ");
+        }
+        for (std::vector<Pool *> &group : groups) {
+            std::sort(group.begin(), group.end(), goesFirst);
+            bool hasItem = false, multi = false;
+            for (Pool *pool : group) {
+                decide(pool, true, "poolNode, SET HIDE ");
+                hasItem = hasItem || !pool->items.empty();
+                multi = multi || (number(pool, VdiVM::AllowMultiDynamicKey) && number(pool, VdiVM::PreferredKey));
+            }
+            if (multi)
+                decide(group.front(), false, "GROUP allowMultiDynamicDesktop, DO SHOW ");
+            else if (!hasItem)
+                decide(group.front(), false, "GROUP do not have Item, DO SHOW ");
+        }
+    }
+
+    bool wheelVmGroup(const QString &name, QString &uuid)
+    {
+        Writing lock(mutex);
+        std::vector<Pool *> group;
+        bool usable = false;
+        for (Pool *pool : all()) {
+            if (text(*pool, VdiVM::GroupKey) != name)
+                continue;
+            group.push_back(pool);
+            log() << "xx wheelVmGroup keyUuid: " << text(*pool, VdiVM::UuidKey) << ", keyFailedToConnect "
+                  << text(*pool, VdiVM::FailedToConnectKey);
+            setHidden(pool, true);
+            usable = usable || number(pool, VdiVM::FailedToConnectKey) == 0;
+        }
+        const auto lead = std::min_element(group.begin(), group.end(), goesFirst);
+        if (lead == group.end())
+            return false;
+        setHidden(*lead, false);
+        if (usable) {
+            uuid = text(**lead, VdiVM::UuidKey);
+            log() << "wheelVmGroup select keyUuid: " << uuid;
+        }
+        return usable;
+    }
+
+private:
+    static QDebug log() { return QMessageLogger().info(); }
+    template <typename Record>
+    static const QString &text(const Record &record, int key)
+    {
+        static const QString none;
+        const QString *text = record.values.get(key);
+        return text ? *text : none;
+    }
+    static uint number(const Pool *pool, int key) { return text(*pool, key).toUInt(); }
+    static bool hasActiveItem(const Pool &pool)
+    {
+        return pool.items.anyOf(
+            [](const QString &, const Item &item) { return text(item, VdiVM::ItemActiveKey).toUInt() == 1; });
+    }
+    static void setHidden(Pool *pool, bool hidden)
+    {
+        pool->values[VdiVM::HiddenKey] = hidden ? QStringLiteral("1") : QStringLiteral("0");
+    }
+    static void decide(Pool *pool, bool hidden, const char *decision)
+    {
+        setHidden(pool, hidden);
+        log() << decision << text(*pool, VdiVM::NameKey) << ", keyPerrior:" << text(*pool, VdiVM::PriorityKey);
+    }
+    static bool goesFirst(const Pool *a, const Pool *b)
+    {
+        const uint failedA = number(a, VdiVM::FailedToConnectKey), failedB = number(b, VdiVM::FailedToConnectKey);
+        if (failedA != failedB)
+            return failedB != 0;
+        const uint preferredA = number(a, VdiVM::PreferredKey), preferredB = number(b, VdiVM::PreferredKey);
+        if (preferredA != preferredB)
+            return preferredB == 0;
+        return number(a, VdiVM::PriorityKey) > number(b, VdiVM::PriorityKey);
+    }
+    const Item *findItem(const QString &pool, const QString &item) const
+    {
+        const Pool *found = pools.get(pool);
+        return found ? found->items.get(item) : nullptr;
+    }
+    std::vector<Pool *> all() const
+    {
+        std::vector<Pool *> all;
+        pools.anyOf([&](const QString &, const Pool &pool) { return all.push_back(const_cast<Pool *>(&pool)), false; });
+        return all;
+    }
+    auto skipTo(int &index) const
+    {
+        auto pool = pools.cbegin();
+        for (; pool != pools.cend() && index > pool->items.size(); ++pool)
+            index -= pool->items.size() + 1;
+        return pool;
+    }
+
+    Map<QString, Pool> pools;
+    Map<QString, Item> apps;
+    Mutex mutex;
+};
+
+/// A QVariantMap by paths.
+class VariantTable
+{
+public:
+    QString read(const QString &pool, const QString &item, int type, int key) const
+    {
+        return values.value(path(pool, item, type, key)).toString();
+    }
+    void write(const QString &pool, const QString &item, int type, int key, const QString &text)
+    {
+        values.insert(path(pool, item, type, key), text);
+    }
+
+private:
+    static QString path(const QString &pool, const QString &item, int type, int key)
+    {
+        return pool + QLatin1Char('/') + item + QLatin1Char('/') + QString::number(type) + QLatin1Char('/') +
+               QString::number(key);
+    }
+    QVariantMap values;
+};
+
+/// SQLite in memory, through prepared statements.
+class SqliteTable
+{
+public:
+    SqliteTable()
+    {
+        sqlite3_open(":memory:", &db);
+        sqlite3_exec(db,
+                     "PRAGMA encoding = 'UTF-16'; CREATE TABLE v (pool, item, type, key, text,"
+                     " PRIMARY KEY (pool, item, type, key)) WITHOUT ROWID",
+                     nullptr, nullptr, nullptr);
+        sqlite3_prepare_v2(db, "INSERT OR REPLACE INTO v VALUES (?1, ?2, ?3, ?4, ?5)", -1, &writing, nullptr);
+        sqlite3_prepare_v2(db, "SELECT text FROM v WHERE pool = ?1 AND item = ?2 AND type = ?3 AND key = ?4", -1,
+                           &reading, nullptr);
+    }
+    ~SqliteTable()
+    {
+        sqlite3_finalize(writing);
+        sqlite3_finalize(reading);
+        sqlite3_close(db);
+    }
+    Q_DISABLE_COPY(SqliteTable)
+
+    QString read(const QString &pool, const QString &item, int type, int key)
+    {
+        QString text;
+        bind(reading, pool, item, type, key);
+        if (sqlite3_step(reading) == SQLITE_ROW)
+            text = QString(static_cast<const QChar *>(sqlite3_column_text16(reading, 0)),
+                           sqlite3_column_bytes16(reading, 0) / 2);
+        sqlite3_reset(reading);
+        return text;
+    }
+    void write(const QString &pool, const QString &item, int type, int key, const QString &text)
+    {
+        bind(writing, pool, item, type, key);
+        sqlite3_bind_text16(writing, 5, text.utf16(), text.size() * 2, SQLITE_STATIC);
+        sqlite3_step(writing);
+        sqlite3_reset(writing);
+    }
+
+private:
+    static void bind(sqlite3_stmt *statement, const QString &pool, const QString &item, int type, int key)
+    {
+        sqlite3_bind_text16(statement, 1, pool.utf16(), pool.size() * 2, SQLITE_STATIC);
+        sqlite3_bind_text16(statement, 2, item.utf16(), item.size() * 2, SQLITE_STATIC);
+        sqlite3_bind_int(statement, 3, type);
+        sqlite3_bind_int(statement, 4, key);
+    }
+
+    sqlite3 *db = nullptr;
+    sqlite3_stmt *writing = nullptr;
+    sqlite3_stmt *reading = nullptr;
+};
+
+/// One table behind one lock: a pool's values have no item, an application's no pool.
+template <typename Table, typename Mutex>
+class Flat
+{
+public:
+    static constexpr int features = std::is_same_v<Mutex, NoLock> ? 0 : Threads;
+
+    QString getPoolNodeValue(const QString &pool, int key) { return getPolicyValue(pool, {}, -1, key); }
+    QString getNodeValue(const QString &pool, const QString &item, int, int key)
+    {
+        return getPolicyValue(pool, item, -1, key);
+    }
+    QString getPolicyValue(const QString &pool, const QString &item, int type, int key)
+    {
+        const std::shared_lock lock(mutex);
+        return table->read(pool, item, type, key);
+    }
+    QString getRemoteAppValue(const QString &id, int key) { return getPolicyValue({}, id, -1, key); }
+    void setPoolNodeValue(const QString &pool, int key, const QString &text)
+    {
+        setPolicyValue(pool, {}, -1, key, text);
+    }
+    void setNodeValue(const QString &pool, const QString &item, int, int key, const QString &text)
+    {
+        setPolicyValue(pool, item, -1, key, text);
+    }
+    void setPolicyValue(const QString &pool, const QString &item, int type, int key, const QString &text)
+    {
+        const std::unique_lock lock(mutex);
+        table->write(pool, item, type, key, text);
+    }
+    void setRemoteAppValue(const QString &id, int key, const QString &text) { setPolicyValue({}, id, -1, key, text); }
+    void clear() { table.reset(); }
+
+private:
+    std::unique_ptr<Table> table{new Table};
+    Mutex mutex;
+};
+
+using BareMap = Containers<Ordered, NoLock>;
+using BareHash = Containers<Hashed, NoLock>;
+using LockedHash = Containers<Hashed, std::shared_mutex>;
+using LockedVariants = Flat<VariantTable, QtLock>;
+using Sqlite = Flat<SqliteTable, NoLock>;

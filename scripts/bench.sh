@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Sets up, builds and runs the benchmarks: scripts/bench.sh [FILTER]. Prints one table of medians as ratios, library /
+# competitor, and draws it: build/bench/benchmarks.svg. About five minutes without a filter.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-packages.sh cmake g++ ninja-build qtbase5-dev libbenchmark-dev libsqlite3-dev
+
+mkdir -p build
+{ cmake --preset bench && cmake --build --preset bench; } >build/bench.log 2>&1 || {
+    cat build/bench.log
+    exit 1
+}
+
+# Competitors take turns, each in processes and thus on a heap of its own, their workloads in random order.
+results=build/bench/benchmarks.csv
+competitors=("library" "QMap" "unordered_map" "shared_mutex + unordered_map" "QReadWriteLock + QVariantMap" "SQLite")
+: >"$results"
+for round in 1 2 3; do
+    for competitor in "${competitors[@]}"; do
+        echo "round $round of 3: $competitor" >&2
+        build/bench/benchmarks/vmdatabase-benchmark "$competitor" --benchmark_filter="${1:-.}" --benchmark_format=csv \
+            --benchmark_repetitions=3 --benchmark_min_time=0.03 --benchmark_enable_random_interleaving=true \
+            2>build/bench.log >>"$results"
+    done
+done
+
+echo "$(date --iso-8601), $(nproc) cores, $(awk '/MemTotal/ { printf "%.0f", $2 / 1048576 }' /proc/meminfo) GB," \
+    "$(. /etc/os-release && echo "$PRETTY_NAME"); load at the end $(cut -d' ' -f1 /proc/loadavg)"
+echo
+awk -f scripts/bench-table.awk -v svg=build/bench/benchmarks.svg "$results"

@@ -1,0 +1,47 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "text_p.h"
+#include "vmdatabase/vmpoolnode.h"
+
+#include <iterator>
+
+/// How the library looks at a record without copying a value or a list out: under the record's own lock, as the public
+/// operations would.
+class RecordAccess
+{
+private:
+    template <typename Function>
+    static auto read(VmNode *node, int key, Function function)
+    {
+        static const QString none;
+        QReadLocker locker(&node->valueLock);
+        const auto it = node->values.constFind(key);
+        return function(it == node->values.cend() ? none : *it);
+    }
+
+public:
+    /// The value under \a key as a number, as text_p.h reads it.
+    static uint toUnsigned(VmNode *node, int key)
+    {
+        return read(node, key, [](const QString &text) { return ::toUnsigned(text); });
+    }
+    static int toSigned(VmNode *node, int key)
+    {
+        return read(node, key, [](const QString &text) { return ::toSigned(text); });
+    }
+
+    /// Whether the value under \a key is \a text; none is like an empty one.
+    static bool isEqual(VmNode *node, int key, const QString &text)
+    {
+        return read(node, key, [&text](const QString &value) { return value == text; });
+    }
+
+    /// The node at a position of the pool's getItemList().
+    static VmNode *nodeAt(VmPoolNode *pool, int index)
+    {
+        return index < pool->items.size() ? *std::next(pool->items.cbegin(), index) : pool;
+    }
+};
