@@ -26,7 +26,7 @@ RULES = [
     ('operator', r' == ', ' != '), ('operator', r' != ', ' == '), ('operator', r' && ', ' || '), ('operator', r' \|\| ', ' && '),
     ('operator', r' < ', ' <= '), ('operator', r' > ', ' < '), ('operator', r' >= ', ' > '), ('operator', r' \+= ', ' -= '),
     ('operator', r' -= ', ' += '), ('operator', r'\? (.+) : (.+);', r'? \2 : \1;'),
-    ('constant', r'\b0\b(?!x)', '1'), ('constant', r'\b1\b', '2'), ('constant', r'\b(3|7|10)\b', '5'),
+    ('constant', r'\b0\b(?!x)', '1'), ('constant', r'(?<!%)\b1\b', '2'), ('constant', r'\b(3|7|10)\b', '5'),
     ('constant', r'VdiVM::(\w+)Key\b', 'VdiVM::OsTypeKey'), ('constant', r'VdiVM::ItemNode', 'VdiVM::PoolNode'),
     ('constant', r'VdiVM::PoolNode', 'VdiVM::ItemNode'), ('constant', r'emptyText\(\)', 'QString()'), ('constant', r'return false', 'return true'),
     ('constant', r'return true', 'return false'), ('constant', r'nullptr;', 'reinterpret_cast<VmPoolNode *>(8);'),
