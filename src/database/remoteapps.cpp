@@ -34,6 +34,7 @@ QString VmDatabasePrivate::getRemoteAppId(int index)
     return index >= 0 && index < remoteApps.size() ? (remoteApps.cbegin() + index).key() : emptyText();
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): ids by value is what callers are built against
 QString VmDatabasePrivate::getRemoteAppValue(QString appId, int key)
 {
     QReadLocker locker(&remoteAppLock);
@@ -72,16 +73,17 @@ void VmDatabasePrivate::deleteRemoteApp(QString appId)
 const QJsonObject &VmDatabasePrivate::getRemoteAppControlPolicy(QString appId)
 {
     // The inserting subscript is meant: an unknown id is listed from here on, without a record.
-    RemoteApp *app = remoteApps[appId];
+    RemoteApp *app = remoteApps[appId]; // clazy:exclude=detaching-member
     return app ? std::as_const(*app).getControlPolicy() : noControlPolicy();
 }
 
 void VmDatabasePrivate::setRemoteAppControlPolicy(QString appId, const QJsonObject &policy)
 {
     // As above; there is no record to keep the policy then, and it is dropped.
-    if (RemoteApp *app = remoteApps[appId])
+    if (RemoteApp *app = remoteApps[appId]) // clazy:exclude=detaching-member
         app->setControlPolicy(policy);
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 void VmDatabasePrivate::clearRemoteAppList()
 {
@@ -95,7 +97,7 @@ void VmDatabasePrivate::clearRemoteAppList()
 
 const QJsonObject &VmDatabase::getRemoteAppControlPolicy(QString appId)
 {
-    return d ? d->getRemoteAppControlPolicy(appId) : noControlPolicy();
+    return d ? d->getRemoteAppControlPolicy(std::move(appId)) : noControlPolicy();
 }
 
 void VmDatabase::clearRemoteAppList()

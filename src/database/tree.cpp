@@ -150,7 +150,7 @@ QList<QString> VmDatabasePrivate::getVmPoolNameList()
 void VmDatabasePrivate::removeNode(const QString &uuid)
 {
     QWriteLocker locker(&poolLock);
-    for (auto it = pools.begin(); it != pools.end(); ++it) {
+    for (auto it = pools.begin(); it != pools.end(); ++it) { // clazy:exclude=detaching-member (writes)
         VmPoolNode *pool = it.value();
         if (pool->getValue(VdiVM::UuidKey) == uuid) {
             pool->deleteLater();
@@ -168,7 +168,7 @@ void VmDatabasePrivate::removeNode(const QString &uuid)
 void VmDatabasePrivate::removeNodesByServerIp(const QString &serverIp)
 {
     QWriteLocker locker(&poolLock);
-    for (auto it = pools.begin(); it != pools.end();) {
+    for (auto it = pools.begin(); it != pools.end();) { // clazy:exclude=detaching-member (writes)
         if (it.value()->getValue(VdiVM::ServerIpKey) == serverIp) {
             it.value()->deleteLater();
             it = pools.erase(it);
