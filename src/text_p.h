@@ -10,7 +10,7 @@
 /// Empty but not null, and without an allocation, unlike QString("").
 inline QString emptyText()
 {
-    return QStringLiteral("");
+    return QStringLiteral(""); // clazy:exclude=empty-qstringliteral
 }
 
 /// The number in \a text, base 10, as Qt reads it: blanks around it and a leading plus are accepted; 0 for anything

@@ -27,11 +27,16 @@ struct Run
     int status = -1;
 };
 
+// A class of its own makes Qt start programs by fork(): its newer way is unknown to the emulator that runs ARM builds.
+class Process : public QProcess
+{
+};
+
 static Run replay(const QStringList &arguments, const QByteArray &input = {})
 {
     QStringList command = QStringLiteral(REPLAY_COMMAND).split(u'|') + arguments;
     command.removeAll(QString()); // there is no emulator where programs run as they are
-    QProcess process;
+    Process process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s); // the library's meant leaks
     process.setProcessEnvironment(environment);

@@ -15,7 +15,8 @@ int main()
     database.setPolicyValue(pool, machine, VdiVM::PolicyType(3), 1, QStringLiteral("no clipboard"));
 
     database.dealVmPools();
-    for (const QString &uuid : database.getVmPoolNameList()) {
+    const QList<QString> uuids = database.getVmPoolNameList();
+    for (const QString &uuid : uuids) {
         if (database.getPoolNodeValue(uuid, VdiVM::HiddenKey) == QLatin1String("0"))
             qInfo() << database.getPoolNodeValue(uuid, VdiVM::NameKey) << database.getChildrenByParentUuid(uuid);
     }

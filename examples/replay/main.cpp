@@ -120,7 +120,7 @@ void Replay::printAnswer(const FeedPlayer::Line &played)
                                  {QStringLiteral("answer"), played.outcome.answer}};
         print(compactJson(answer) + QLatin1Char('\n'));
     } else {
-        print(QString::number(m_line) + QLatin1Char(' ') + played.operation + QLatin1String(" -> ") +
+        print(QString::number(m_line) + QLatin1Char(' ') + played.operation + QStringLiteral(" -> ") +
               compactJson(played.outcome.answer) + QLatin1Char('\n'));
     }
 }

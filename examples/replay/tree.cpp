@@ -128,7 +128,7 @@ static QString leadOf(const QString &group, const QList<QJsonObject> &pools, VmD
     QString lead;
     database.wheelVmGroup(group, lead);
     for (const QJsonObject &pool : pools) {
-        const QString uuid = pool[QStringLiteral("uuid")].toString();
+        QString uuid = pool[QStringLiteral("uuid")].toString();
         if (database.getPoolNodeValue(uuid, VdiVM::HiddenKey) == QLatin1String("0"))
             return uuid;
     }

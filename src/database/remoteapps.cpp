@@ -35,6 +35,7 @@ QString VmDatabasePrivate::getRemoteAppId(int index)
     return index >= 0 && index < remoteApps.size() ? (remoteApps.cbegin() + index).key() : emptyText();
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): ids by value is what callers are built against
 QString VmDatabasePrivate::getRemoteAppValue(QString appId, int key)
 {
     QReadLocker locker(&remoteAppLock);
@@ -96,6 +97,7 @@ void VmDatabasePrivate::setRemoteAppControlPolicy(QString appId, const QJsonObje
     if (RemoteApp *app = listedRemoteApp(appId))
         app->setControlPolicy(policy);
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 void VmDatabasePrivate::clearRemoteAppList()
 {
@@ -109,7 +111,7 @@ void VmDatabasePrivate::clearRemoteAppList()
 
 const QJsonObject &VmDatabase::getRemoteAppControlPolicy(QString appId)
 {
-    return d ? d->getRemoteAppControlPolicy(appId) : noControlPolicy();
+    return d ? d->getRemoteAppControlPolicy(std::move(appId)) : noControlPolicy();
 }
 
 void VmDatabase::clearRemoteAppList()

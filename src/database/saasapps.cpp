@@ -18,6 +18,7 @@ QString VmDatabasePrivate::getSaasAppId(int index)
     return index >= 0 && index < saasApps.size() ? (saasApps.cbegin() + index).key() : emptyText();
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): ids by value is what callers are built against
 QString VmDatabasePrivate::getSaasAppValue(QString appId, int key)
 {
     QReadLocker locker(&saasAppLock);
@@ -37,6 +38,7 @@ void VmDatabasePrivate::setSaasAppValue(QString appId, int key, const QString &v
     app->setValue(key, value);
     saasApps.insert(appId, app);
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 void VmDatabasePrivate::clearSaasAppList()
 {

@@ -152,7 +152,7 @@ QList<QString> VmDatabasePrivate::getVmPoolNameList()
 void VmDatabasePrivate::removeNode(const QString &uuid)
 {
     QWriteLocker locker(&poolLock);
-    for (auto it = pools.begin(); it != pools.end(); ++it) {
+    for (auto it = pools.begin(); it != pools.end(); ++it) { // clazy:exclude=detaching-member (writes)
         VmPoolNode *pool = it.value();
         if (RecordAccess::isEqual(pool, VdiVM::UuidKey, uuid)) {
             pool->deleteLater();
@@ -170,7 +170,7 @@ void VmDatabasePrivate::removeNode(const QString &uuid)
 void VmDatabasePrivate::removeNodesByServerIp(const QString &serverIp)
 {
     QWriteLocker locker(&poolLock);
-    for (auto it = pools.begin(); it != pools.end();) {
+    for (auto it = pools.begin(); it != pools.end();) { // clazy:exclude=detaching-member (writes)
         if (RecordAccess::isEqual(it.value(), VdiVM::ServerIpKey, serverIp)) {
             it.value()->deleteLater();
             it = UuidIndex::take(pools, poolsByUuid, it);

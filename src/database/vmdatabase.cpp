@@ -7,6 +7,8 @@
 #include "text_p.h"
 #include "vmdatabase/private/vmdatabase_p.h"
 
+#include <utility>
+
 VmDatabase::VmDatabase(QObject *parent)
     : QObject(parent)
     , d(new VmDatabasePrivate)
@@ -155,25 +157,25 @@ QString VmDatabase::getRemoteAppId(int index)
 
 QString VmDatabase::getRemoteAppValue(QString appId, int key)
 {
-    return d ? d->getRemoteAppValue(appId, key) : emptyText();
+    return d ? d->getRemoteAppValue(std::move(appId), key) : emptyText();
 }
 
 void VmDatabase::setRemoteAppValue(QString appId, int key, const QString &value)
 {
     if (d)
-        d->setRemoteAppValue(appId, key, value);
+        d->setRemoteAppValue(std::move(appId), key, value);
 }
 
 void VmDatabase::deleteRemoteApp(QString appId)
 {
     if (d)
-        d->deleteRemoteApp(appId);
+        d->deleteRemoteApp(std::move(appId));
 }
 
 void VmDatabase::setRemoteAppControlPolicy(QString appId, const QJsonObject &policy)
 {
     if (d)
-        d->setRemoteAppControlPolicy(appId, policy);
+        d->setRemoteAppControlPolicy(std::move(appId), policy);
 }
 
 int VmDatabase::getSaasAppCount()
@@ -188,13 +190,13 @@ QString VmDatabase::getSaasAppId(int index)
 
 QString VmDatabase::getSaasAppValue(QString appId, int key)
 {
-    return d ? d->getSaasAppValue(appId, key) : emptyText();
+    return d ? d->getSaasAppValue(std::move(appId), key) : emptyText();
 }
 
 void VmDatabase::setSaasAppValue(QString appId, int key, const QString &value)
 {
     if (d)
-        d->setSaasAppValue(appId, key, value);
+        d->setSaasAppValue(std::move(appId), key, value);
 }
 
 void VmDatabase::clearSaasAppList()

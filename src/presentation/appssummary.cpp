@@ -30,10 +30,11 @@ QList<QString> VmDatabase::getAppsIdList()
     return apps.keys();
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is what callers are built against
 QString VmDatabase::buildKeyName(QString prefix, QString name)
 {
     if (prefix.isEmpty())
         return name;
     // One after the other: a placeholder in the prefix is filled as well, and that is meant.
-    return QStringLiteral("[%1]%2").arg(prefix).arg(name);
+    return QStringLiteral("[%1]%2").arg(prefix).arg(name); // clazy:exclude=qstring-arg
 }

@@ -29,9 +29,10 @@ QMap<QString, QList<VmPoolNode *> *> VmDatabasePrivate::getGroupedVmPool()
     return groups;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is what callers are built against
 QSharedPointer<QList<VmPoolNode *>> VmDatabasePrivate::getVmPoolListByGroup(QString group)
 {
-    const auto list = QSharedPointer<QList<VmPoolNode *>>::create();
+    auto list = QSharedPointer<QList<VmPoolNode *>>::create();
     QReadLocker locker(&poolLock);
     for (VmPoolNode *pool : std::as_const(pools)) {
         if (RecordAccess::isEqual(pool, VdiVM::GroupKey, group))
@@ -44,7 +45,7 @@ bool VmDatabase::wheelVmGroup(QString group, QString &uuid)
 {
     if (!d)
         return false;
-    const auto pools = d->getVmPoolListByGroup(group);
+    const auto pools = d->getVmPoolListByGroup(std::move(group));
     for (VmPoolNode *pool : std::as_const(*pools)) {
         Log::info() << "xx wheelVmGroup keyUuid: " << pool->getValue(VdiVM::UuidKey) << ", keyFailedToConnect "
                     << pool->getValue(VdiVM::FailedToConnectKey);

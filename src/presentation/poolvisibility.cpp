@@ -51,6 +51,7 @@ static void dealPool(VmPoolNode *pool)
         pool->setValue(VdiVM::FailedToConnectKey, QStringLiteral("0"));
 
     const uint type = RecordAccess::toUnsigned(pool, VdiVM::PoolTypeKey);
+    // NOLINTNEXTLINE(bugprone-branch-clone): one branch for each rule, in the order in which they decide
     if (type == 1 || type == 7 || type == 3) {
         showUnlessItem(pool);
     } else if (!RecordAccess::isEqual(pool, VdiVM::GroupKey, QString())) {

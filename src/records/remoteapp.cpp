@@ -10,6 +10,7 @@ RemoteApp::RemoteApp(QObject *parent)
     : QObject(parent)
 {}
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is what callers are built against
 RemoteApp::RemoteApp(QString appId, QObject *parent)
     : QObject(parent)
 {

@@ -67,7 +67,7 @@ void VmNode::printContent()
     // Held until the line is written, so that two dumps of one node never show its values mixed.
     QReadLocker locker(&valueLock);
     for (auto it = values.cbegin(); it != values.cend(); ++it) {
-        text += QLatin1Char(' ') + keyNames.value(it.key()) + QLatin1String(": ");
+        text += QLatin1Char(' ') + keyNames.value(it.key()) + QStringLiteral(": ");
         text += QString::fromUtf8(it.value().toLocal8Bit().constData()) + QLatin1Char(';');
     }
     Log::info("printContent") << "VmNode content = " << text;

@@ -36,7 +36,7 @@ bool VmPoolNode::isExistVmItem(const QString &uuid)
 
 void VmPoolNode::removeVmItem(const QString &uuid)
 {
-    const auto it = items.find(uuid);
+    const auto it = items.find(uuid); // clazy:exclude=detaching-member (writes)
     if (it == items.end() || !it.value())
         return;
     delete it.value();
@@ -61,7 +61,7 @@ QList<VmNode *> VmPoolNode::getVmItemList()
 
 QList<VmNode *> VmPoolNode::getItemList()
 {
-    return items.values() << this;
+    return items.values() << this; // clazy:exclude=container-anti-pattern (the list is the answer)
 }
 
 VmNode *VmPoolNode::getDynamicVmItem()

@@ -1,0 +1,55 @@
+#!/usr/bin/env bash
+# Sets up and searches our own sources for what neither compiler nor tests find; fails on any finding:
+# scripts/check-static.sh [PRESET], as that preset ("dev" if none is named) compiles them. Tests are left out: QtTest's
+# macros and misuse on purpose would drown what matters.
+#
+# clang-tidy's checks are in .clang-tidy, those of clazy, which knows Qt, are here. A finding is mended, or else
+# suppressed at its place with the reason: NOLINTNEXTLINE(check) for clang-tidy, clazy:exclude=check for clazy.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-packages.sh clang-tidy-14 clazy cmake g++ ninja-build qtbase5-dev
+
+clazy_checks=(
+    level2 # and all below: detaching access, strict iterators, old-style connections, implicit casts, allocations
+    no-function-args-by-ref   # clang-tidy's performance-unnecessary-value-param sees what is done with the argument
+    no-function-args-by-value # enumerations by reference are what callers are built against; nothing else small is
+    assert-with-side-effects
+    container-inside-loop
+    detaching-member # a detach under a read lock is a write
+    heap-allocated-small-trivial-type
+    isempty-vs-count
+    qstring-varargs
+    reserve-candidates
+    signal-with-return-value
+    unneeded-cast
+    use-arrow-operator-instead-of-data
+)
+folders='(include/vmdatabase|src|examples|benchmarks)'
+
+preset=${1:-dev}
+cmake --preset "$preset" >/dev/null
+build=build/$preset
+mapfile -t sources < <(sed -n 's/^ *"file": "\(.*\)".*/\1/p' "$build/compile_commands.json" | grep -E "^$PWD/$folders/")
+
+# Prints what a tool reports, without its count of what it left out, and only if it fails.
+report() {
+    local output
+    output=$("$@" 2>&1) && return
+    grep -vE '^([0-9]+ (warning|error)|Suppressed|Use -header-filter)' <<<"$output"
+    return 1
+}
+check() {
+    local status=0
+    report clang-tidy-14 --quiet -p "$build" "$1" || status=1
+    report clazy-standalone -p "$build" --extra-arg=-Werror --checks="$checks" --header-filter=".*/$folders/.*" "$1" ||
+        status=1
+    return $status
+}
+export -f report check
+export build folders
+checks=$(IFS=, && echo "${clazy_checks[*]}")
+export checks
+
+# The largest first, so that no processor waits for it in the end.
+ls -S "${sources[@]}" | xargs -d '\n' -P "$(nproc)" -I{} bash -c 'check "$1"' - {}
+echo "Static analysis: no finding in ${#sources[@]} sources and their headers."
