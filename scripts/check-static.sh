@@ -29,7 +29,7 @@ folders='(include/vmdatabase|src|examples|benchmarks)'
 preset=${1:-dev}
 cmake --preset "$preset" >/dev/null
 build=build/$preset
-mapfile -t sources < <(sed -n 's/^ *"file": "\(.*\)".*/\1/p' "$build/compile_commands.json" | grep -E "^$PWD/$folders/")
+mapfile -t sources < <(sed -n 's/^ *"file": "\(.*\)".*/\1/p' "$build/compile_commands.json" | grep -E "^$PWD/$folders/" | sort -u)
 
 # Prints what a tool reports, without its count of what it left out, and only if it fails.
 report() {

@@ -67,7 +67,7 @@ void VmDatabasePrivate::setRemoteAppValue(QString appId, int key, const QString 
 
 void VmDatabasePrivate::deleteRemoteApp(QString appId)
 {
-    const auto it = remoteApps.find(appId);
+    const auto it = remoteApps.find(appId); // clazy:exclude=detaching-member (writes)
     if (it == remoteApps.end())
         return;
     if (RemoteApp *app = it.value())

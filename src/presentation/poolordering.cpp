@@ -7,11 +7,11 @@
 #include "vmdatabase/vdivm.h"
 #include "vmdatabase/vmpoolnode.h"
 
-#include <QtCore/QVector>
 #include <QtCore/QtAlgorithms>
 
 #include <algorithm>
 #include <iterator>
+#include <vector>
 
 // What ranks a pool, and the pool itself.
 struct RankedPool
@@ -45,8 +45,8 @@ bool poolGoesFirst(VmPoolNode *a, VmPoolNode *b)
 void sortPools(QList<VmPoolNode *> &pools)
 {
     // Each pool is ranked once and not at each comparison.
-    QVector<RankedPool> ranked;
-    ranked.reserve(pools.size());
+    std::vector<RankedPool> ranked;
+    ranked.reserve(size_t(pools.size()));
     std::transform(pools.cbegin(), pools.cend(), std::back_inserter(ranked), rank);
 
     // std::sort may read out of bounds with an order that is not strict and weak; qSort checks its bounds at every
