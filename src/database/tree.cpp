@@ -53,7 +53,7 @@ VmNode *VmDatabasePrivate::nodeAt(int index)
     for (VmPoolNode *pool : std::as_const(pools)) {
         if (!pool)
             continue;
-        const int count = pool->getItemCount();
+        const int count = RecordAccess::itemCount(pool);
         if (index < count)
             return RecordAccess::nodeAt(pool, index);
         index -= count;

@@ -43,6 +43,8 @@ public:
     /// Whether something is filed under \a uuid, as isExistVmItem() tells.
     static bool hasItem(VmPoolNode *pool, const UuidKey &uuid) { return pool->itemsByUuid.contains(uuid); }
 
+    static int itemCount(const VmPoolNode *pool) { return pool->items.size() + 1; }
+
     /// The node at a position of the pool's getItemList().
     static VmNode *nodeAt(VmPoolNode *pool, int index)
     {
