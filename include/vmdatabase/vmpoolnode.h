@@ -8,6 +8,8 @@
 #include <QtCore/QHash>
 #include <QtCore/QList>
 
+struct UuidKey;
+
 /// One pool of virtual machines: a node with the items it owns, by item uuid. Every list and walk is in ascending uuid
 /// order. getItemCount() and getItemList() count the pool itself as the last element; getVmItemList() does not.
 ///
@@ -63,5 +65,5 @@ private:
     friend class RecordAccess;
 
     QMap<QString, VmNode *> items;        // owned; guarded by no lock
-    QHash<QString, VmNode *> itemsByUuid; // the same entries, for lookups
+    QHash<UuidKey, VmNode *> itemsByUuid; // the same entries, for lookups
 };

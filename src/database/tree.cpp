@@ -6,7 +6,6 @@
 
 #include "log_p.h"
 #include "records/recordaccess_p.h"
-#include "records/uuidindex_p.h"
 #include "text_p.h"
 #include "vmdatabase/vmpoolnode.h"
 
@@ -54,7 +53,7 @@ VmNode *VmDatabasePrivate::nodeAt(int index)
     for (VmPoolNode *pool : std::as_const(pools)) {
         if (!pool)
             continue;
-        const int count = pool->getItemCount();
+        const int count = RecordAccess::itemCount(pool);
         if (index < count)
             return RecordAccess::nodeAt(pool, index);
         index -= count;
@@ -77,10 +76,11 @@ int VmDatabasePrivate::getItemType(int index)
 int VmDatabasePrivate::getItemTypeByUuid(const QString &uuid)
 {
     QReadLocker locker(&poolLock);
-    if (poolsByUuid.contains(uuid))
+    const UuidKey key(uuid);
+    if (poolsByUuid.contains(key))
         return VdiVM::PoolNode;
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (pool->isExistVmItem(uuid)) {
+        if (RecordAccess::hasItem(pool, key)) {
             VmNode *item = pool->getVmItem(uuid);
             return item ? item->nodeType : int(VdiVM::UnknownNode);
         }
@@ -94,12 +94,13 @@ QString VmDatabasePrivate::getParentUuid(const QString &uuid)
         Log::critical("getParentUuid") << "uuid is empty, do nothing ! 3";
         return emptyText();
     }
+    const UuidKey key(uuid);
     QReadLocker locker(&poolLock);
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (pool && pool->isExistVmItem(uuid))
+        if (pool && RecordAccess::hasItem(pool, key))
             return pool->getValue(VdiVM::UuidKey);
     }
-    return poolsByUuid.contains(uuid) ? uuid : emptyText();
+    return poolsByUuid.contains(key) ? uuid : emptyText();
 }
 
 QString VmDatabasePrivate::getUuidByParentUuid(const QString &parentUuid)
@@ -151,6 +152,7 @@ QList<QString> VmDatabasePrivate::getVmPoolNameList()
 
 void VmDatabasePrivate::removeNode(const QString &uuid)
 {
+    const UuidKey key(uuid);
     QWriteLocker locker(&poolLock);
     for (auto it = pools.begin(); it != pools.end(); ++it) { // clazy:exclude=detaching-member (writes)
         VmPoolNode *pool = it.value();
@@ -160,7 +162,7 @@ void VmDatabasePrivate::removeNode(const QString &uuid)
             UuidIndex::take(pools, poolsByUuid, it);
             return;
         }
-        if (pool->isExistVmItem(uuid)) {
+        if (RecordAccess::hasItem(pool, key)) {
             pool->removeVmItem(uuid);
             return;
         }

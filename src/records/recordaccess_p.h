@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "records/uuidindex_p.h"
 #include "text_p.h"
 #include "vmdatabase/vmpoolnode.h"
 
@@ -38,6 +39,11 @@ public:
     {
         return read(node, key, [&text](const QString &value) { return value == text; });
     }
+
+    /// Whether something is filed under \a uuid, as isExistVmItem() tells.
+    static bool hasItem(VmPoolNode *pool, const UuidKey &uuid) { return pool->itemsByUuid.contains(uuid); }
+
+    static int itemCount(const VmPoolNode *pool) { return pool->items.size() + 1; }
 
     /// The node at a position of the pool's getItemList().
     static VmNode *nodeAt(VmPoolNode *pool, int index)

@@ -5,10 +5,7 @@
 
 VmPolicy::VmPolicy() = default;
 
-VmPolicy::~VmPolicy()
-{
-    clear();
-}
+VmPolicy::~VmPolicy() = default;
 
 QString VmPolicy::getValue(int key)
 {
