@@ -8,7 +8,7 @@
 #include <QtCore/QHash>
 #include <QtCore/QList>
 
-struct UuidKey;
+struct VmIndexKey;
 
 /// One pool of virtual machines: a node with the items it owns, by item uuid. Every list and walk is in ascending uuid
 /// order. getItemCount() and getItemList() count the pool itself as the last element; getVmItemList() does not.
@@ -64,6 +64,6 @@ public:
 private:
     friend class RecordAccess;
 
-    QMap<QString, VmNode *> items;        // owned; guarded by no lock
-    QHash<UuidKey, VmNode *> itemsByUuid; // the same entries, for lookups
+    QMap<QString, VmNode *> items;           // owned; guarded by no lock
+    QHash<VmIndexKey, VmNode *> itemsByUuid; // the same entries, for lookups
 };

@@ -5,7 +5,7 @@
 #include "vmdatabase/vmdatabase.h"
 
 #include "log_p.h"
-#include "records/uuidindex_p.h"
+#include "records/vmindex_p.h"
 #include "text_p.h"
 #include "vmdatabase/remoteapp.h"
 
@@ -62,7 +62,7 @@ void VmDatabasePrivate::setRemoteAppValue(QString appId, int key, const QString 
     }
     auto *app = new RemoteApp(appId, nullptr);
     app->setValue(key, value);
-    UuidIndex::put(remoteApps, remoteAppsById, appId, app);
+    VmIndex::put(remoteApps, remoteAppsById, appId, app);
 }
 
 void VmDatabasePrivate::deleteRemoteApp(QString appId)
@@ -72,7 +72,7 @@ void VmDatabasePrivate::deleteRemoteApp(QString appId)
         return;
     if (RemoteApp *app = it.value())
         app->deleteLater();
-    UuidIndex::take(remoteApps, remoteAppsById, it);
+    VmIndex::take(remoteApps, remoteAppsById, it);
 }
 
 // That an unknown id is listed from here on, without a record, is meant.
@@ -81,7 +81,7 @@ RemoteApp *VmDatabasePrivate::listedRemoteApp(const QString &appId)
     const auto it = remoteAppsById.constFind(appId);
     if (it != remoteAppsById.cend())
         return it.value();
-    UuidIndex::put<RemoteApp>(remoteApps, remoteAppsById, appId, nullptr);
+    VmIndex::put<RemoteApp>(remoteApps, remoteAppsById, appId, nullptr);
     return nullptr;
 }
 
@@ -106,7 +106,7 @@ void VmDatabasePrivate::clearRemoteAppList()
         if (app)
             app->deleteLater();
     }
-    UuidIndex::clear(remoteApps, remoteAppsById);
+    VmIndex::clear(remoteApps, remoteAppsById);
 }
 
 const QJsonObject &VmDatabase::getRemoteAppControlPolicy(QString appId)

@@ -76,7 +76,7 @@ int VmDatabasePrivate::getItemType(int index)
 int VmDatabasePrivate::getItemTypeByUuid(const QString &uuid)
 {
     QReadLocker locker(&poolLock);
-    const UuidKey key(uuid);
+    const VmIndexKey key(uuid);
     if (poolsByUuid.contains(key))
         return VdiVM::PoolNode;
     for (VmPoolNode *pool : std::as_const(pools)) {
@@ -94,7 +94,7 @@ QString VmDatabasePrivate::getParentUuid(const QString &uuid)
         Log::critical("getParentUuid") << "uuid is empty, do nothing ! 3";
         return emptyText();
     }
-    const UuidKey key(uuid);
+    const VmIndexKey key(uuid);
     QReadLocker locker(&poolLock);
     for (VmPoolNode *pool : std::as_const(pools)) {
         if (pool && RecordAccess::hasItem(pool, key))
@@ -152,14 +152,14 @@ QList<QString> VmDatabasePrivate::getVmPoolNameList()
 
 void VmDatabasePrivate::removeNode(const QString &uuid)
 {
-    const UuidKey key(uuid);
+    const VmIndexKey key(uuid);
     QWriteLocker locker(&poolLock);
     for (auto it = pools.begin(); it != pools.end(); ++it) { // clazy:exclude=detaching-member (writes)
         VmPoolNode *pool = it.value();
         if (RecordAccess::isEqual(pool, VdiVM::UuidKey, uuid)) {
             pool->deleteLater();
             // The matched entry, which is filed under another text once a client has overwritten the stored uuid.
-            UuidIndex::take(pools, poolsByUuid, it);
+            VmIndex::take(pools, poolsByUuid, it);
             return;
         }
         if (RecordAccess::hasItem(pool, key)) {
@@ -175,7 +175,7 @@ void VmDatabasePrivate::removeNodesByServerIp(const QString &serverIp)
     for (auto it = pools.begin(); it != pools.end();) { // clazy:exclude=detaching-member (writes)
         if (RecordAccess::isEqual(it.value(), VdiVM::ServerIpKey, serverIp)) {
             it.value()->deleteLater();
-            it = UuidIndex::take(pools, poolsByUuid, it);
+            it = VmIndex::take(pools, poolsByUuid, it);
         } else {
             ++it;
         }

@@ -4,7 +4,7 @@
 #include "vmdatabase/private/vmdatabase_p.h"
 
 #include "log_p.h"
-#include "records/uuidindex_p.h"
+#include "records/vmindex_p.h"
 #include "vmdatabase/remoteapp.h"
 #include "vmdatabase/vmitemnode.h"
 #include "vmdatabase/vmpoolnode.h"
@@ -25,7 +25,7 @@ void VmDatabasePrivate::clearVmPoolList()
         if (pool)
             pool->deleteLater();
     }
-    UuidIndex::clear(pools, poolsByUuid);
+    VmIndex::clear(pools, poolsByUuid);
 }
 
 QList<VmPoolNode *> VmDatabasePrivate::getPoolNodeList()
@@ -64,7 +64,7 @@ VmPoolNode *VmDatabasePrivate::getVmPool(const QString &parentUuid)
         auto *pool = new VmPoolNode;
         pool->nodeType = VdiVM::PoolNode;
         pool->setValue(VdiVM::UuidKey, parentUuid);
-        UuidIndex::put(pools, poolsByUuid, parentUuid, pool);
+        VmIndex::put(pools, poolsByUuid, parentUuid, pool);
     }
     // The table decides, not the pointer just made: another thread may have replaced that one, or removed it.
     QReadLocker locker(&poolLock);

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "records/uuidindex_p.h"
+#include "records/vmindex_p.h"
 #include "text_p.h"
 #include "vmdatabase/vmpoolnode.h"
 
@@ -41,7 +41,7 @@ public:
     }
 
     /// Whether something is filed under \a uuid, as isExistVmItem() tells.
-    static bool hasItem(VmPoolNode *pool, const UuidKey &uuid) { return pool->itemsByUuid.contains(uuid); }
+    static bool hasItem(VmPoolNode *pool, const VmIndexKey &uuid) { return pool->itemsByUuid.contains(uuid); }
 
     static int itemCount(const VmPoolNode *pool) { return pool->items.size() + 1; }
 

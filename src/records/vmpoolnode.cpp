@@ -4,7 +4,7 @@
 #include "vmdatabase/vmpoolnode.h"
 
 #include "records/recordaccess_p.h"
-#include "records/uuidindex_p.h"
+#include "records/vmindex_p.h"
 #include "vmdatabase/vdivm.h"
 
 #include <algorithm>
@@ -21,7 +21,7 @@ VmPoolNode::~VmPoolNode()
 
 void VmPoolNode::appendVmItem(VmNode *item, const QString &uuid)
 {
-    UuidIndex::put(items, itemsByUuid, uuid, item);
+    VmIndex::put(items, itemsByUuid, uuid, item);
 }
 
 VmNode *VmPoolNode::getVmItem(const QString &uuid)
@@ -40,13 +40,13 @@ void VmPoolNode::removeVmItem(const QString &uuid)
     if (it == items.end() || !it.value())
         return;
     delete it.value();
-    UuidIndex::take(items, itemsByUuid, it);
+    VmIndex::take(items, itemsByUuid, it);
 }
 
 void VmPoolNode::clearVmItem()
 {
     qDeleteAll(items);
-    UuidIndex::clear(items, itemsByUuid);
+    VmIndex::clear(items, itemsByUuid);
 }
 
 int VmPoolNode::getItemCount()

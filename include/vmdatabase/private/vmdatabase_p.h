@@ -17,7 +17,7 @@
 class RemoteApp;
 class VmNode;
 class VmPoolNode;
-struct UuidKey;
+struct VmIndexKey;
 
 /// The store behind a VmDatabase: three tables, each with its lock. Exported and installed, without any promise of
 /// source stability. What is not explained here is explained at the operation of the same name of VmDatabase.
@@ -145,6 +145,6 @@ private:
     QMap<QString, QSharedPointer<RemoteApp>> saasApps;
 
     // The same entries as in the maps, for lookups, and under the same locks.
-    QHash<UuidKey, VmPoolNode *> poolsByUuid;
-    QHash<UuidKey, RemoteApp *> remoteAppsById;
+    QHash<VmIndexKey, VmPoolNode *> poolsByUuid;
+    QHash<VmIndexKey, RemoteApp *> remoteAppsById;
 };

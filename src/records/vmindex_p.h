@@ -10,25 +10,34 @@
 #include <cstring>
 
 /// A uuid or id to look up, hashed once however many tables are asked. It views a text and does not keep it.
-struct UuidKey
+struct VmIndexKey
 {
-    UuidKey(const QString &uuid)
+    VmIndexKey(const QString &uuid)
         : text(uuid.constData())
         , size(uuid.size())
-        , hash(::qHash(uuid, 1)) // without a seed Qt takes its portable hash, four times as long
+        , hash(::qHash(uuid, seed()))
     {}
 
     const QChar *text;
     int size;
     uint hash;
+
+private:
+    // Random for each process, so that nobody can make uuids that collide; never 0, for which Qt takes a hash that is four
+    // times as slow; and the same for good, whatever a client sets later.
+    static uint seed()
+    {
+        static const uint seed = uint(qGlobalQHashSeed()) | 1;
+        return seed;
+    }
 };
 
-inline bool operator==(const UuidKey &a, const UuidKey &b)
+inline bool operator==(const VmIndexKey &a, const VmIndexKey &b)
 {
     return a.size == b.size && std::memcmp(a.text, b.text, size_t(a.size) * sizeof(QChar)) == 0;
 }
 
-inline uint qHash(const UuidKey &key, uint seed = 0)
+inline uint qHash(const VmIndexKey &key, uint seed = 0)
 {
     return key.hash ^ seed;
 }
@@ -36,17 +45,17 @@ inline uint qHash(const UuidKey &key, uint seed = 0)
 // A table in order, and beside it a hash of the same entries, for the lookups: comparing uuids that begin alike on the
 // way down the map is most of the price of a read. Every change goes through one of these three, so that neither
 // changes without the other; walks and lists are the map's.
-namespace UuidIndex {
+namespace VmIndex {
 
 template <typename Record>
-void put(QMap<QString, Record *> &table, QHash<UuidKey, Record *> &byUuid, const QString &uuid, Record *record)
+void put(QMap<QString, Record *> &table, QHash<VmIndexKey, Record *> &byUuid, const QString &uuid, Record *record)
 {
     byUuid.insert(table.insert(uuid, record).key(), record); // the table's key, which stays when the record is replaced
 }
 
 /// The entry after the one taken out.
 template <typename Record>
-auto take(QMap<QString, Record *> &table, QHash<UuidKey, Record *> &byUuid,
+auto take(QMap<QString, Record *> &table, QHash<VmIndexKey, Record *> &byUuid,
           typename QMap<QString, Record *>::iterator entry)
 {
     byUuid.remove(entry.key());
@@ -54,10 +63,10 @@ auto take(QMap<QString, Record *> &table, QHash<UuidKey, Record *> &byUuid,
 }
 
 template <typename Record>
-void clear(QMap<QString, Record *> &table, QHash<UuidKey, Record *> &byUuid)
+void clear(QMap<QString, Record *> &table, QHash<VmIndexKey, Record *> &byUuid)
 {
     byUuid.clear();
     table.clear();
 }
 
-} // namespace UuidIndex
+} // namespace VmIndex
