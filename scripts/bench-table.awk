@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Reads Google Benchmark's CSV lines, their names being "workload|competitor", and prints a table of medians: what the
 # library takes, and the ratio library / competitor. Draws the ratios into the file named by -v svg=FILE.
 

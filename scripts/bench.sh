@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Sets up, builds and runs the benchmarks: scripts/bench.sh [FILTER]. Prints one table of medians as ratios, library /
 # competitor, and draws it: build/bench/benchmarks.svg. About five minutes without a filter.
 set -euo pipefail

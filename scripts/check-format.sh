@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Fails where a source is not formatted as .clang-format says; mend it with clang-format -i.
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Sets up and searches our own sources for what neither compiler nor tests find; fails on any finding:
 # scripts/check-static.sh [PRESET], as that preset ("dev" if none is named) compiles them. Tests are left out: QtTest's
 # macros and misuse on purpose would drown what matters.

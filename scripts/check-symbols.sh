@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Fails where the library as shipped exports or needs anything else than it should:
 #     scripts/check-symbols.sh            builds it if need be and checks it
 #     scripts/check-symbols.sh LIBRARY    checks that one, for whatever architecture it is

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # What the tests reach of src/: fails below 98 of 100 lines or 90 of 100 branches. What they leave out is listed; it is what
 # only a race gets to, a pool that another thread removes while getVmPool() lets go of the lock (the reports "2", "3" and
 # "8 cannot find ..." and that of getPoolNodeValue), and a null pool, which the table never holds.

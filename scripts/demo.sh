@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Sets up, builds the library as shipped and plays two feeds through it: the replies of a real pool server, whose machines
 # are all returned in the end, and a user's day up to the afternoon.
 set -euo pipefail

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Builds the reference of the public headers and the pages of docs/ as HTML: build/docs/html/index.html. Fails on any
 # warning, so also where a public operation is not explained.
 set -euo pipefail

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Throws hostile input at the library and at the reader of the replay program, SECONDS each, 60 if none are named:
 # scripts/fuzz.sh [SECONDS]. 0 only replays the inputs in the tree. What is found new is kept in build/, not in the tree.
 set -euo pipefail

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Builds the Debian packages from the files of this tree, committed or not, in build/package, and looks at them with
 # lintian. Tests are not run again: scripts/test.sh does that. DEB_BUILD_OPTIONS= scripts/package.sh runs them too.
 set -euo pipefail

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Shows that the tests of threads notice races: takes one lock away, or locks for reading where something is written, in
 # a copy of the tree, builds the tsan preset and expects ThreadSanitizer to report a race in tst_threads. Prints a table;
 # fails if a race goes unnoticed. Without --all only one or two races of each record and table are planted.

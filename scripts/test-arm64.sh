@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Sets up, cross-builds the library as shipped for 64-bit ARM and runs all tests and the demo feed under user-mode
 # emulation. The first run fetches arm64 packages into build/arm64-sysroot; remove that folder to fetch them anew.
 #

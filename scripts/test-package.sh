@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Installs the packages that scripts/package.sh has built, builds and runs README.md's client against them by find_package
 # and by pkg-config, plays a feed, and removes them again, whatever came of it.
 set -euo pipefail

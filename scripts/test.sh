@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
 # Sets up, builds and runs all tests: scripts/test.sh [PRESET], "dev" if none is named.
 set -euo pipefail
 cd "$(dirname "$0")/.."
