@@ -177,8 +177,8 @@ public:
     /// hidden or "0" shown; two at once may mix. Pools must not be removed meanwhile. Everything logged is at info
     /// level.
     ///
-    /// Sorting a group of pools that all failed with different flags takes quadratic time and, for each of them, 48 bytes of
-    /// stack on x86-64: a release build sorts 10,000 of them on a stack of 512 KB, a debug build takes 1 MB.
+    /// Sorting a group of pools that all failed with different flags takes quadratic time and a stack that grows with the
+    /// group: for 10,000 of them 1 MB on 64-bit ARM and 512 KB on x86-64, twice that in a debug build.
     /// @{
 
     /// Turns the wheel of \a group: shows its lead pool and hides the others. If the lead has not failed to connect,
