@@ -7,52 +7,20 @@
 #include <malloc.h>
 
 #include <array>
-#include <atomic>
 #include <map>
 #include <random>
 
 using benchmark::DoNotOptimize;
 using benchmark::State;
 
-// The memory that is asked for while anybody counts, Qt's included: it does not go through operator new.
-static std::atomic<bool> counting{false};
-static std::atomic<qint64> allocations{0}, bytes{0};
+// Qt does not allocate through operator new: counted is what everything goes through.
+static thread_local qint64 allocations = 0;
 
-static void *counted(void *memory)
+extern "C" void *__libc_malloc(size_t);
+extern "C" void *malloc(size_t size)
 {
-    if (memory && counting) {
-        ++allocations;
-        bytes += qint64(malloc_usable_size(memory));
-    }
-    return memory;
-}
-
-extern "C" {
-void *__libc_malloc(size_t);
-void *__libc_calloc(size_t, size_t);
-void *__libc_realloc(void *, size_t);
-void __libc_free(void *);
-
-void *malloc(size_t size)
-{
-    return counted(__libc_malloc(size));
-}
-void *calloc(size_t count, size_t size)
-{
-    return counted(__libc_calloc(count, size));
-}
-void free(void *memory)
-{
-    if (memory && counting)
-        bytes -= qint64(malloc_usable_size(memory));
-    __libc_free(memory);
-}
-void *realloc(void *memory, size_t size)
-{
-    if (memory && counting)
-        bytes -= qint64(malloc_usable_size(memory));
-    return counted(__libc_realloc(memory, size));
-}
+    ++allocations;
+    return __libc_malloc(size);
 }
 
 static std::vector<QString> texts(const char *format, int count)
@@ -123,62 +91,65 @@ class Workloads
     using Sizes = std::vector<Size>;
     using Benchmark = benchmark::internal::Benchmark;
     using Fresh = void (*)(Store &store, const Size &size);
-    using AtRandom = void (*)(Store &store, int pool, int item, int key);
+    using Operation = void (*)(Store &store, int pool, int item, int key);
 
 public:
     explicit Workloads(const std::string &competitor)
         : name('|' + competitor)
     {
         const Sizes small{{100, 100}}, both{{100, 100}, {10000, 10}};
-        addAtRandom("read item", both, readItem);
-        addAtRandom("overwrite item", both, writeItem);
-        addAtRandom("read pool", both, [](Store &store, int pool, int, int) {
+        addOperation("read item", both, readItem);
+        addOperation("overwrite item", both, writeItem);
+        addOperation("read pool", both, [](Store &store, int pool, int, int) {
             DoNotOptimize(store.getPoolNodeValue(poolUuids[pool], VdiVM::NameKey));
         });
-        addAtRandom("set policy", small, [](Store &store, int pool, int item, int key) {
+        addOperation("set policy", small, [](Store &store, int pool, int item, int key) {
             store.setPolicyValue(poolUuids[pool], itemUuids[item], VdiVM::PolicyType(key % 5), 7, parsed(values[1]));
         });
-        addAtRandom("get policy", small, [](Store &store, int pool, int item, int key) {
+        addOperation("get policy", small, [](Store &store, int pool, int item, int key) {
             DoNotOptimize(store.getPolicyValue(poolUuids[pool], itemUuids[item], VdiVM::PolicyType(key % 5), 7));
         });
-        addAtRandom("read application", small, [](Store &store, int, int item, int key) {
+        addOperation("read application", small, [](Store &store, int, int item, int key) {
             DoNotOptimize(store.getRemoteAppValue(appIds[item % 1000], 2 + key % 12));
         });
         if constexpr (Store::features & Threads) {
-            addAtRandom("two readers", small, readItem)->Threads(2)->UseRealTime();
-            addAtRandom("reader and writer", small, readItem, writeItem)->Threads(2)->UseRealTime();
+            addOperation("two readers", small, readItem)->Threads(2)->UseRealTime();
+            addOperation("reader and writer", small, readItem, writeItem)->Threads(2)->UseRealTime();
         }
         if constexpr (Store::features & Decisions) {
-            addAtRandom("parent", {{1000, 10}, {1000, 100}},
-                        [](Store &store, int, int item, int) { DoNotOptimize(store.getParentUuid(itemUuids[item])); });
-            addInTurn("deal", {{100, 1}, {1000, 1}, {10000, 1}, {100000, 1}},
-                      [](Store &store, int) { store.dealVmPools(); });
-            addInTurn("wheel", {{10000, 0, 4}, {10000, 0, 64}, {10000, 0, 1024}}, [](Store &store, int) {
+            addOperation("parent", {{1000, 10}, {1000, 100}},
+                         [](Store &store, int, int item, int) { DoNotOptimize(store.getParentUuid(itemUuids[item])); });
+            addOperation("deal", {{100, 1}, {1000, 1}, {10000, 1}, {100000, 1}},
+                         [](Store &store, int, int, int) { store.dealVmPools(); });
+            addOperation("wheel", {{10000, 0, 4}, {10000, 0, 64}, {10000, 0, 1024}}, [](Store &store, int, int, int) {
                 QString uuid;
                 store.wheelVmGroup(parsed(3), uuid);
             });
-            addInTurn("application summary", small, [](Store &store, int) { DoNotOptimize(store.getAppsInfo()); });
+            addOperation("application summary", small,
+                         [](Store &store, int, int, int) { DoNotOptimize(store.getAppsInfo()); });
         }
         if constexpr (Store::features & Positions) {
-            addInTurn("position", {{100, 100}, {1000, 10}}, [](Store &store, int turn) {
-                DoNotOptimize(store.getItemUuid(turn % 10000));
-                DoNotOptimize(store.getItemType(turn % 10000));
+            addOperation("position", {{100, 100}, {1000, 10}}, [](Store &store, int, int item, int) {
+                DoNotOptimize(store.getItemUuid(item));
+                DoNotOptimize(store.getItemType(item));
             });
-            addInTurn("application position", small,
-                      [](Store &store, int turn) { DoNotOptimize(store.getRemoteAppId(turn % 1000)); });
+            addOperation("application position", small,
+                         [](Store &store, int, int item, int) { DoNotOptimize(store.getRemoteAppId(item % 1000)); });
         }
         const auto clear = [](Store &store, const Size &) { store.clear(); };
         const auto nothing = [](Store &, const Size &) {};
         addFresh("feed", {{10, 10}, {100, 100}, {1000, 100}, {10000, 10}}, nothing, feed<Store>);
         addFresh("clear", small, feed<Store>, clear);
         addFresh("feed applications", small, nothing, [](Store &store, const Size &) { feedApps(store); });
-        addMemory("bytes of an item", bytes, {100, 50}, 5000);
-        addMemory("allocations for an item", allocations, {100, 50}, 5000);
-        addMemory("bytes of a pool", bytes, {1100, 0}, 1000);
-        addMemory("allocations for a pool", allocations, {1100, 0}, 1000);
+        addMemory("bytes of an item", usedBytes, {100, 50}, 5000);
+        addMemory("allocations for an item", usedAllocations, {100, 50}, 5000);
+        addMemory("bytes of a pool", usedBytes, {1100, 0}, 1000);
+        addMemory("allocations for a pool", usedAllocations, {1100, 0}, 1000);
     }
 
 private:
+    static qint64 usedBytes() { return qint64(mallinfo2().uordblks + mallinfo2().hblkhd); }
+    static qint64 usedAllocations() { return allocations; }
     static void readItem(Store &store, int pool, int item, int key)
     {
         DoNotOptimize(store.getNodeValue(poolUuids[pool], itemUuids[item], VdiVM::ItemNode, key));
@@ -203,10 +174,12 @@ private:
         return added;
     }
 
-    /// Fed once, at registration, before any workload scatters the heap.
+    /// Fed once for all workloads that leave it as large as it is.
     static Store &scene(const Size &size)
     {
         static std::map<std::array<int, 3>, std::unique_ptr<Store>> scenes;
+        static std::mutex mutex;
+        const std::lock_guard lock(mutex);
         auto &store = scenes[{size.pools, size.items, size.group}];
         if (!store) {
             store = std::make_unique<Store>();
@@ -216,31 +189,21 @@ private:
         return *store;
     }
 
-    void addInTurn(const char *workload, const Sizes &sizes, void (*operation)(Store &store, int turn))
-    {
-        add(workload, sizes, [=](const Size &size) {
-            return [operation, &store = scene(size)](State &state) {
-                int turn = 0;
-                for (auto _ : state)
-                    operation(store, turn++);
-            };
-        });
-    }
-
-    /// With \a second for the second thread.
-    Benchmark *addAtRandom(const char *workload, const Sizes &sizes, AtRandom first, AtRandom second = nullptr)
+    /// Runs \a first at random items, and \a second in the second thread.
+    Benchmark *addOperation(const char *workload, const Sizes &sizes, Operation first, Operation second = nullptr)
     {
         return add(workload, sizes, [=](const Size &size) {
-            return [=, &store = scene(size)](State &state) {
-                const AtRandom operation = second && state.thread_index() == 1 ? second : first;
+            return [=](State &state) {
+                Store &store = scene(size);
+                const Operation operation = second && state.thread_index() == 1 ? second : first;
                 std::mt19937 random(uint(state.thread_index()));
                 std::vector<int> picks(1 << 16);
                 for (int &pick : picks)
-                    pick = int(random() % uint(size.pools * size.items));
+                    pick = int(random() % uint(qMax(1, size.pools * size.items)));
                 size_t turn = 0;
                 for (auto _ : state) {
                     const int item = picks[++turn % picks.size()];
-                    operation(store, item / size.items, item, itemKeys[turn % 12]);
+                    operation(store, item / qMax(1, size.items), item, itemKeys[turn % 12]);
                 }
             };
         });
@@ -265,19 +228,17 @@ private:
         });
     }
 
-    /// Bytes or allocations in the place of nanoseconds, for each of \a count.
-    void addMemory(const char *workload, const std::atomic<qint64> &what, const Size &size, int count)
+    /// Bytes or allocations for each of \a count in the place of nanoseconds.
+    void addMemory(const char *workload, qint64 (*used)(), const Size &size, int count)
     {
-        const auto run = [=, &what](const Size &) {
-            return [=, &what](State &state) {
+        const auto run = [=](const Size &) {
+            return [=](State &state) {
                 for (auto _ : state) {
                     Store store;
                     feed(store, {100, 0});
-                    bytes = allocations = 0;
-                    counting = true;
+                    const qint64 before = used();
                     feed(store, size);
-                    counting = false;
-                    state.SetIterationTime(double(what) * 1e-9 / count);
+                    state.SetIterationTime(double(used() - before) * 1e-9 / count);
                     store.clear();
                 }
             };

@@ -90,15 +90,16 @@ struct Hashed : std::unordered_map<Key, Value>
 template <template <typename, typename> class Map, typename Mutex>
 class Containers
 {
-    using Values = Map<int, QString>;
-    struct Item
+    struct Policy
     {
-        Values values;
-        Map<int, Values> policies;
+        Map<int, QString> values;
     };
-    struct Pool
+    struct Item : Policy
     {
-        Values values;
+        Map<int, Policy> policies;
+    };
+    struct Pool : Policy
+    {
         Map<QString, Item> items;
     };
     using Reading = const std::shared_lock<Mutex>;
@@ -106,34 +107,29 @@ class Containers
 
 public:
     static constexpr int features = Large | Decisions |
-                                    (std::is_base_of_v<QMap<int, QString>, Values> ? Positions : 0) |
+                                    (std::is_base_of_v<QMap<int, int>, Map<int, int>> ? Positions : 0) |
                                     (std::is_same_v<Mutex, NoLock> ? 0 : Threads);
 
     QString getPoolNodeValue(const QString &uuid, int key)
     {
         Reading lock(mutex);
-        const Pool *pool = pools.get(uuid);
-        return pool ? text(*pool, key) : QString();
+        return text(pools.get(uuid), key);
     }
     QString getNodeValue(const QString &pool, const QString &uuid, int, int key)
     {
         Reading lock(mutex);
-        const Item *item = findItem(pool, uuid);
-        return item ? text(*item, key) : QString();
+        return text(find(pool, uuid), key);
     }
     QString getPolicyValue(const QString &pool, const QString &uuid, int type, int key)
     {
         Reading lock(mutex);
-        const Item *item = findItem(pool, uuid);
-        const Values *policy = item ? item->policies.get(type) : nullptr;
-        const QString *text = policy ? policy->get(key) : nullptr;
-        return text ? *text : QString();
+        const Item *item = find(pool, uuid);
+        return text(item ? item->policies.get(type) : nullptr, key);
     }
     QString getRemoteAppValue(const QString &id, int key)
     {
         Reading lock(mutex);
-        const Item *app = apps.get(id);
-        return app ? text(*app, key) : QString();
+        return text(apps.get(id), key);
     }
     void setPoolNodeValue(const QString &pool, int key, const QString &text)
     {
@@ -148,7 +144,7 @@ public:
     void setPolicyValue(const QString &pool, const QString &item, int type, int key, const QString &text)
     {
         Writing lock(mutex);
-        pools[pool].items[item].policies[type][key] = text;
+        pools[pool].items[item].policies[type].values[key] = text;
     }
     void setRemoteAppValue(const QString &id, int key, const QString &text)
     {
@@ -178,14 +174,9 @@ public:
     QString getParentUuid(const QString &uuid)
     {
         Reading lock(mutex);
-        QString parent;
-        const bool isItem = pools.anyOf([&](const QString &key, const Pool &pool) {
-            const bool isParent = pool.items.get(uuid);
-            if (isParent)
-                parent = key;
-            return isParent;
-        });
-        return isItem ? parent : pools.get(uuid) ? uuid : QString();
+        QString parent = pools.get(uuid) ? uuid : QString();
+        pools.anyOf([&](auto &key, auto &pool) { return pool.items.get(uuid) && (parent = key, true); });
+        return parent;
     }
     QString getRemoteAppId(int index)
     {
@@ -196,9 +187,8 @@ public:
     {
         Reading lock(mutex);
         QMap<QString, QString> info;
-        apps.anyOf([&](const QString &, const Item &app) {
-            info.insert(text(app, VdiVM::AppSummaryKey), text(app, VdiVM::AppSummaryValueKey));
-            return false;
+        apps.anyOf([&](auto &, auto &app) {
+            return info.insert(text(&app, VdiVM::AppSummaryKey), text(&app, VdiVM::AppSummaryValueKey)), false;
         });
         return info;
     }
@@ -208,11 +198,11 @@ public:
         Writing lock(mutex);
         QMap<QString, std::vector<Pool *>> groups;
         for (Pool *pool : all()) {
-            if (hasActiveItem(*pool))
+            if (pool->items.anyOf([](auto &, auto &item) { return number(&item, VdiVM::ItemActiveKey) == 1; }))
                 pool->values[VdiVM::FailedToConnectKey] = QStringLiteral("0");
             const uint type = number(pool, VdiVM::PoolTypeKey);
             const bool byItems = type == 1 || type == 3 || type == 7;
-            const QString group = text(*pool, VdiVM::GroupKey);
+            const QString group = text(pool, VdiVM::GroupKey);
             if (!group.isEmpty())
                 groups[group].push_back(pool);
             if (!byItems && !group.isEmpty())
@@ -243,11 +233,11 @@ public:
         std::vector<Pool *> group;
         bool usable = false;
         for (Pool *pool : all()) {
-            if (text(*pool, VdiVM::GroupKey) != name)
+            if (text(pool, VdiVM::GroupKey) != name)
                 continue;
             group.push_back(pool);
-            log() << "xx wheelVmGroup keyUuid: " << text(*pool, VdiVM::UuidKey) << ", keyFailedToConnect "
-                  << text(*pool, VdiVM::FailedToConnectKey);
+            log() << "xx wheelVmGroup keyUuid: " << text(pool, VdiVM::UuidKey) << ", keyFailedToConnect "
+                  << text(pool, VdiVM::FailedToConnectKey);
             setHidden(pool, true);
             usable = usable || number(pool, VdiVM::FailedToConnectKey) == 0;
         }
@@ -256,7 +246,7 @@ public:
             return false;
         setHidden(*lead, false);
         if (usable) {
-            uuid = text(**lead, VdiVM::UuidKey);
+            uuid = text(*lead, VdiVM::UuidKey);
             log() << "wheelVmGroup select keyUuid: " << uuid;
         }
         return usable;
@@ -264,19 +254,13 @@ public:
 
 private:
     static QDebug log() { return QMessageLogger().info(); }
-    template <typename Record>
-    static const QString &text(const Record &record, int key)
+    static const QString &text(const Policy *record, int key)
     {
         static const QString none;
-        const QString *text = record.values.get(key);
+        const QString *text = record ? record->values.get(key) : nullptr;
         return text ? *text : none;
     }
-    static uint number(const Pool *pool, int key) { return text(*pool, key).toUInt(); }
-    static bool hasActiveItem(const Pool &pool)
-    {
-        return pool.items.anyOf(
-            [](const QString &, const Item &item) { return text(item, VdiVM::ItemActiveKey).toUInt() == 1; });
-    }
+    static uint number(const Policy *record, int key) { return text(record, key).toUInt(); }
     static void setHidden(Pool *pool, bool hidden)
     {
         pool->values[VdiVM::HiddenKey] = hidden ? QStringLiteral("1") : QStringLiteral("0");
@@ -284,7 +268,7 @@ private:
     static void decide(Pool *pool, bool hidden, const char *decision)
     {
         setHidden(pool, hidden);
-        log() << decision << text(*pool, VdiVM::NameKey) << ", keyPerrior:" << text(*pool, VdiVM::PriorityKey);
+        log() << decision << text(pool, VdiVM::NameKey) << ", keyPerrior:" << text(pool, VdiVM::PriorityKey);
     }
     static bool goesFirst(const Pool *a, const Pool *b)
     {
@@ -296,7 +280,7 @@ private:
             return preferredB == 0;
         return number(a, VdiVM::PriorityKey) > number(b, VdiVM::PriorityKey);
     }
-    const Item *findItem(const QString &pool, const QString &item) const
+    const Item *find(const QString &pool, const QString &item) const
     {
         const Pool *found = pools.get(pool);
         return found ? found->items.get(item) : nullptr;
@@ -304,7 +288,7 @@ private:
     std::vector<Pool *> all() const
     {
         std::vector<Pool *> all;
-        pools.anyOf([&](const QString &, const Pool &pool) { return all.push_back(const_cast<Pool *>(&pool)), false; });
+        pools.anyOf([&](auto &, auto &pool) { return all.push_back(const_cast<Pool *>(&pool)), false; });
         return all;
     }
     auto skipTo(int &index) const
@@ -353,9 +337,9 @@ public:
                      "PRAGMA encoding = 'UTF-16'; CREATE TABLE v (pool, item, type, key, text,"
                      " PRIMARY KEY (pool, item, type, key)) WITHOUT ROWID",
                      nullptr, nullptr, nullptr);
-        sqlite3_prepare_v2(db, "INSERT OR REPLACE INTO v VALUES (?1, ?2, ?3, ?4, ?5)", -1, &writing, nullptr);
-        sqlite3_prepare_v2(db, "SELECT text FROM v WHERE pool = ?1 AND item = ?2 AND type = ?3 AND key = ?4", -1,
-                           &reading, nullptr);
+        sqlite3_prepare_v2(db, "INSERT OR REPLACE INTO v VALUES (?, ?, ?, ?, ?)", -1, &writing, nullptr);
+        sqlite3_prepare_v2(db, "SELECT text FROM v WHERE pool = ? AND item = ? AND type = ? AND key = ?", -1, &reading,
+                           nullptr);
     }
     ~SqliteTable()
     {
@@ -367,29 +351,26 @@ public:
 
     QString read(const QString &pool, const QString &item, int type, int key)
     {
-        QString text;
-        bind(reading, pool, item, type, key);
-        if (sqlite3_step(reading) == SQLITE_ROW)
-            text = QString(static_cast<const QChar *>(sqlite3_column_text16(reading, 0)),
-                           sqlite3_column_bytes16(reading, 0) / 2);
-        sqlite3_reset(reading);
-        return text;
+        return run(reading, pool, item, type, key);
     }
     void write(const QString &pool, const QString &item, int type, int key, const QString &text)
     {
-        bind(writing, pool, item, type, key);
         sqlite3_bind_text16(writing, 5, text.utf16(), text.size() * 2, SQLITE_STATIC);
-        sqlite3_step(writing);
-        sqlite3_reset(writing);
+        run(writing, pool, item, type, key);
     }
 
 private:
-    static void bind(sqlite3_stmt *statement, const QString &pool, const QString &item, int type, int key)
+    static QString run(sqlite3_stmt *statement, const QString &pool, const QString &item, int type, int key)
     {
         sqlite3_bind_text16(statement, 1, pool.utf16(), pool.size() * 2, SQLITE_STATIC);
         sqlite3_bind_text16(statement, 2, item.utf16(), item.size() * 2, SQLITE_STATIC);
         sqlite3_bind_int(statement, 3, type);
         sqlite3_bind_int(statement, 4, key);
+        QString text;
+        if (sqlite3_step(statement) == SQLITE_ROW)
+            text = QString(static_cast<const QChar *>(sqlite3_column_text16(statement, 0)));
+        sqlite3_reset(statement);
+        return text;
     }
 
     sqlite3 *db = nullptr;

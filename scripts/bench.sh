@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs the benchmarks: scripts/bench.sh [FILTER]. Prints one table of medians as ratios, library /
-# competitor, and draws it: build/bench/benchmarks.svg. About five minutes without a filter.
+# Sets up, builds and runs the benchmarks: scripts/bench.sh. Prints one table of medians as ratios, library /
+# competitor, and draws it: build/bench/benchmarks.svg. About five minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh cmake g++ ninja-build qtbase5-dev libbenchmark-dev libsqlite3-dev
@@ -11,16 +11,19 @@ mkdir -p build
     exit 1
 }
 
-# Competitors take turns, each in processes and thus on a heap of its own, their workloads in random order.
+# Competitors take turns, each in processes of its own, their workloads in random order. What feeds and clears leaves a
+# heap behind in which every later allocation is slower; so it has processes of its own, too.
 results=build/bench/benchmarks.csv
 competitors=("library" "QMap" "unordered_map" "shared_mutex + unordered_map" "QReadWriteLock + QVariantMap" "SQLite")
 : >"$results"
 for round in 1 2 3; do
     for competitor in "${competitors[@]}"; do
         echo "round $round of 3: $competitor" >&2
-        build/bench/benchmarks/vmdatabase-benchmark "$competitor" --benchmark_filter="${1:-.}" --benchmark_format=csv \
-            --benchmark_repetitions=3 --benchmark_min_time=0.03 --benchmark_enable_random_interleaving=true \
-            2>build/bench.log >>"$results"
+        for filter in "-feed|clear" "feed|clear"; do
+            build/bench/benchmarks/vmdatabase-benchmark "$competitor" --benchmark_filter="$filter" \
+                --benchmark_format=csv --benchmark_repetitions=3 --benchmark_min_time=0.03 \
+                --benchmark_enable_random_interleaving=true 2>build/bench.log >>"$results"
+        done
     done
 done
 
