@@ -7,52 +7,21 @@
 #include <malloc.h>
 
 #include <array>
-#include <atomic>
 #include <map>
 #include <random>
 
-using benchmark::DoNotOptimize;
 using benchmark::State;
 
-// The memory that is asked for while anybody counts, Qt's included: it does not go through operator new.
-static std::atomic<bool> counting{false};
-static std::atomic<qint64> allocations{0}, bytes{0};
+static constexpr auto keep = [](auto &&answer) { benchmark::DoNotOptimize(answer); };
 
-static void *counted(void *memory)
-{
-    if (memory && counting) {
-        ++allocations;
-        bytes += qint64(malloc_usable_size(memory));
-    }
-    return memory;
-}
+// Qt does not allocate through operator new: counted is what everything goes through.
+static thread_local qint64 allocations = 0;
 
-extern "C" {
-void *__libc_malloc(size_t);
-void *__libc_calloc(size_t, size_t);
-void *__libc_realloc(void *, size_t);
-void __libc_free(void *);
-
-void *malloc(size_t size)
+extern "C" void *__libc_malloc(size_t);
+extern "C" void *malloc(size_t size)
 {
-    return counted(__libc_malloc(size));
-}
-void *calloc(size_t count, size_t size)
-{
-    return counted(__libc_calloc(count, size));
-}
-void free(void *memory)
-{
-    if (memory && counting)
-        bytes -= qint64(malloc_usable_size(memory));
-    __libc_free(memory);
-}
-void *realloc(void *memory, size_t size)
-{
-    if (memory && counting)
-        bytes -= qint64(malloc_usable_size(memory));
-    return counted(__libc_realloc(memory, size));
-}
+    ++allocations;
+    return __libc_malloc(size);
 }
 
 static std::vector<QString> texts(const char *format, int count)
@@ -86,8 +55,19 @@ struct Size
     int group = 4; // pools in each group
 };
 
+/// What one turn of a workload is about.
+struct At
+{
+    const QString &pool;
+    const QString &item;
+    const QString &app;
+    int index; // of the item
+    int key;
+    VdiVM::PolicyType policy;
+};
+
 template <typename Store>
-void feed(Store &store, const Size &size)
+void feed(Store &store, Size size)
 {
     for (int pool = 0; pool < size.pools; ++pool) {
         const QString uuid = parsed(poolUuids[pool]);
@@ -122,91 +102,80 @@ class Workloads
 {
     using Sizes = std::vector<Size>;
     using Benchmark = benchmark::internal::Benchmark;
-    using Fresh = void (*)(Store &store, const Size &size);
-    using AtRandom = void (*)(Store &store, int pool, int item, int key);
+    using S = Store &;
+    using Fresh = void (*)(std::unique_ptr<Store> &store, Size size);
+    using Operation = void (*)(S s, At at);
 
 public:
     explicit Workloads(const std::string &competitor)
         : name('|' + competitor)
     {
         const Sizes small{{100, 100}}, both{{100, 100}, {10000, 10}};
-        addAtRandom("read item", both, readItem);
-        addAtRandom("overwrite item", both, writeItem);
-        addAtRandom("read pool", both, [](Store &store, int pool, int, int) {
-            DoNotOptimize(store.getPoolNodeValue(poolUuids[pool], VdiVM::NameKey));
-        });
-        addAtRandom("set policy", small, [](Store &store, int pool, int item, int key) {
-            store.setPolicyValue(poolUuids[pool], itemUuids[item], VdiVM::PolicyType(key % 5), 7, parsed(values[1]));
-        });
-        addAtRandom("get policy", small, [](Store &store, int pool, int item, int key) {
-            DoNotOptimize(store.getPolicyValue(poolUuids[pool], itemUuids[item], VdiVM::PolicyType(key % 5), 7));
-        });
-        addAtRandom("read application", small, [](Store &store, int, int item, int key) {
-            DoNotOptimize(store.getRemoteAppValue(appIds[item % 1000], 2 + key % 12));
-        });
+        addOperation("read item", both, readItem);
+        addOperation("overwrite item", both, writeItem);
+        addOperation("read pool", both, [](S s, At at) { keep(s.getPoolNodeValue(at.pool, VdiVM::NameKey)); });
+        addOperation("get policy", small, [](S s, At at) { keep(s.getPolicyValue(at.pool, at.item, at.policy, 7)); });
+        addOperation("set policy", small, [](S s, At at) { s.setPolicyValue(at.pool, at.item, at.policy, 7, text()); });
+        addOperation("read application", small, [](S s, At at) { keep(s.getRemoteAppValue(at.app, 5)); });
         if constexpr (Store::features & Threads) {
-            addAtRandom("two readers", small, readItem)->Threads(2)->UseRealTime();
-            addAtRandom("reader and writer", small, readItem, writeItem)->Threads(2)->UseRealTime();
+            addOperation("two readers", small, readItem)->Threads(2)->UseRealTime();
+            addOperation("reader and writer", small, readItem, writeItem)->Threads(2)->UseRealTime();
         }
         if constexpr (Store::features & Decisions) {
-            addAtRandom("parent", {{1000, 10}, {1000, 100}},
-                        [](Store &store, int, int item, int) { DoNotOptimize(store.getParentUuid(itemUuids[item])); });
-            addInTurn("deal", {{100, 1}, {1000, 1}, {10000, 1}, {100000, 1}},
-                      [](Store &store, int) { store.dealVmPools(); });
-            addInTurn("wheel", {{10000, 0, 4}, {10000, 0, 64}, {10000, 0, 1024}}, [](Store &store, int) {
+            addOperation("parent", {{1000, 10}, {1000, 100}}, [](S s, At at) { keep(s.getParentUuid(at.item)); });
+            addOperation("deal", {{100, 1}, {1000, 1}, {10000, 1}, {100000, 1}}, [](S s, At) { s.dealVmPools(); });
+            addOperation("wheel", {{10000, 0, 4}, {10000, 0, 64}, {10000, 0, 1024}}, [](S s, At) {
                 QString uuid;
-                store.wheelVmGroup(parsed(3), uuid);
+                s.wheelVmGroup(parsed(3), uuid);
             });
-            addInTurn("application summary", small, [](Store &store, int) { DoNotOptimize(store.getAppsInfo()); });
+            addOperation("application summary", small, [](S s, At) { keep(s.getAppsInfo()); });
         }
         if constexpr (Store::features & Positions) {
-            addInTurn("position", {{100, 100}, {1000, 10}}, [](Store &store, int turn) {
-                DoNotOptimize(store.getItemUuid(turn % 10000));
-                DoNotOptimize(store.getItemType(turn % 10000));
+            addOperation("position", {{100, 100}, {1000, 10}}, [](S s, At at) {
+                keep(s.getItemUuid(at.index));
+                keep(s.getItemType(at.index));
             });
-            addInTurn("application position", small,
-                      [](Store &store, int turn) { DoNotOptimize(store.getRemoteAppId(turn % 1000)); });
+            addOperation("application position", small, [](S s, At at) { keep(s.getRemoteAppId(at.index % 1000)); });
         }
-        const auto clear = [](Store &store, const Size &) { store.clear(); };
-        const auto nothing = [](Store &, const Size &) {};
-        addFresh("feed", {{10, 10}, {100, 100}, {1000, 100}, {10000, 10}}, nothing, feed<Store>);
-        addFresh("clear", small, feed<Store>, clear);
-        addFresh("feed applications", small, nothing, [](Store &store, const Size &) { feedApps(store); });
-        addMemory("bytes of an item", bytes, {100, 50}, 5000);
-        addMemory("allocations for an item", allocations, {100, 50}, 5000);
-        addMemory("bytes of a pool", bytes, {1100, 0}, 1000);
-        addMemory("allocations for a pool", allocations, {1100, 0}, 1000);
+        const Fresh fill = [](auto &store, Size size) { feed(*store, size); };
+        const Fresh nothing = [](auto &, Size) {};
+        addFresh("feed", {{10, 10}, {100, 100}, {1000, 100}, {10000, 10}}, nothing, fill);
+        addFresh("clear", small, fill, [](auto &store, Size) { store.reset(); });
+        addFresh("feed applications", small, nothing, [](auto &store, Size) { feedApps(*store); });
+        addMemory("bytes of an item", usedBytes, {100, 50}, 5000);
+        addMemory("allocations for an item", usedAllocations, {100, 50}, 5000);
+        addMemory("bytes of a pool", usedBytes, {1100, 0}, 1000);
+        addMemory("allocations for a pool", usedAllocations, {1100, 0}, 1000);
     }
 
 private:
-    static void readItem(Store &store, int pool, int item, int key)
-    {
-        DoNotOptimize(store.getNodeValue(poolUuids[pool], itemUuids[item], VdiVM::ItemNode, key));
-    }
-    static void writeItem(Store &store, int pool, int item, int key)
-    {
-        store.setNodeValue(poolUuids[pool], itemUuids[item], VdiVM::ItemNode, key, parsed(values[key % 64]));
-    }
+    static qint64 usedBytes() { return qint64(mallinfo2().uordblks + mallinfo2().hblkhd); }
+    static qint64 usedAllocations() { return allocations; }
+    static void readItem(S s, At at) { keep(s.getNodeValue(at.pool, at.item, VdiVM::ItemNode, at.key)); }
+    static void writeItem(S s, At at) { s.setNodeValue(at.pool, at.item, VdiVM::ItemNode, at.key, text()); }
+    static QString text() { return parsed(values[1]); }
 
-    /// Registers \a run for all sizes but those that take this store minutes to fill.
+    /// Registers \a run for all sizes but those that take tables minutes to fill.
     template <typename Run>
     Benchmark *add(const std::string &workload, const Sizes &sizes, Run run)
     {
         Benchmark *added = nullptr;
-        for (const Size &size : sizes) {
-            if (size.pools * size.items > 10000 && !(Store::features & Large))
+        for (const Size size : sizes) {
+            if (size.pools * size.items > 10000 && !(Store::features & Decisions))
                 continue;
             std::string label = workload + ' ' + std::to_string(size.pools) + 'x' + std::to_string(size.items);
             label += size.group == 4 ? name : " by " + std::to_string(size.group) + name;
-            added = benchmark::RegisterBenchmark(label.c_str(), run(size));
+            added = benchmark::RegisterBenchmark(label.c_str(), [=](State &state) { run(state, size); });
         }
         return added;
     }
 
-    /// Fed once, at registration, before any workload scatters the heap.
-    static Store &scene(const Size &size)
+    /// Fed once for all workloads that leave it as large as it is.
+    static Store &scene(Size size)
     {
         static std::map<std::array<int, 3>, std::unique_ptr<Store>> scenes;
+        static std::mutex mutex;
+        const std::lock_guard lock(mutex);
         auto &store = scenes[{size.pools, size.items, size.group}];
         if (!store) {
             store = std::make_unique<Store>();
@@ -216,71 +185,52 @@ private:
         return *store;
     }
 
-    void addInTurn(const char *workload, const Sizes &sizes, void (*operation)(Store &store, int turn))
+    /// Runs \a first at random items, and \a second in the second thread.
+    Benchmark *addOperation(const char *workload, const Sizes &sizes, Operation first, Operation second = nullptr)
     {
-        add(workload, sizes, [=](const Size &size) {
-            return [operation, &store = scene(size)](State &state) {
-                int turn = 0;
-                for (auto _ : state)
-                    operation(store, turn++);
-            };
-        });
-    }
-
-    /// With \a second for the second thread.
-    Benchmark *addAtRandom(const char *workload, const Sizes &sizes, AtRandom first, AtRandom second = nullptr)
-    {
-        return add(workload, sizes, [=](const Size &size) {
-            return [=, &store = scene(size)](State &state) {
-                const AtRandom operation = second && state.thread_index() == 1 ? second : first;
-                std::mt19937 random(uint(state.thread_index()));
-                std::vector<int> picks(1 << 16);
-                for (int &pick : picks)
-                    pick = int(random() % uint(size.pools * size.items));
-                size_t turn = 0;
-                for (auto _ : state) {
-                    const int item = picks[++turn % picks.size()];
-                    operation(store, item / size.items, item, itemKeys[turn % 12]);
-                }
-            };
+        return add(workload, sizes, [=](State &state, Size size) {
+            Store &store = scene(size);
+            const Operation operation = second && state.thread_index() == 1 ? second : first;
+            std::mt19937 random(uint(state.thread_index()));
+            std::vector<int> picks(1 << 16);
+            for (int &pick : picks)
+                pick = int(random() % uint(qMax(1, size.pools * size.items)));
+            size_t turn = 0;
+            for (auto _ : state) {
+                const int item = picks[++turn % picks.size()], key = itemKeys[turn % 12];
+                operation(store, {poolUuids[item / qMax(1, size.items)], itemUuids[item], appIds[item % 1000], item,
+                                  key, VdiVM::PolicyType(item % 5)});
+            }
         });
     }
 
     void addFresh(const char *workload, const Sizes &sizes, Fresh prepare, Fresh operation)
     {
-        add(workload, sizes, [=](const Size &size) {
-            return [=](State &state) {
-                for (auto _ : state) {
-                    state.PauseTiming();
-                    auto store = std::make_unique<Store>();
-                    prepare(*store, size);
-                    state.ResumeTiming();
-                    operation(*store, size);
-                    state.PauseTiming();
-                    store->clear();
-                    store.reset();
-                    state.ResumeTiming();
-                }
-            };
+        add(workload, sizes, [=](State &state, Size size) {
+            for (auto _ : state) {
+                state.PauseTiming();
+                auto store = std::make_unique<Store>();
+                prepare(store, size);
+                state.ResumeTiming();
+                operation(store, size);
+                state.PauseTiming();
+                store.reset();
+                state.ResumeTiming();
+            }
         });
     }
 
-    /// Bytes or allocations in the place of nanoseconds, for each of \a count.
-    void addMemory(const char *workload, const std::atomic<qint64> &what, const Size &size, int count)
+    /// Bytes or allocations for each of \a count in the place of nanoseconds.
+    void addMemory(const char *workload, qint64 (*used)(), Size size, int count)
     {
-        const auto run = [=, &what](const Size &) {
-            return [=, &what](State &state) {
-                for (auto _ : state) {
-                    Store store;
-                    feed(store, {100, 0});
-                    bytes = allocations = 0;
-                    counting = true;
-                    feed(store, size);
-                    counting = false;
-                    state.SetIterationTime(double(what) * 1e-9 / count);
-                    store.clear();
-                }
-            };
+        const auto run = [=](State &state, Size) {
+            for (auto _ : state) {
+                Store store;
+                feed(store, {100, 0});
+                const qint64 before = used();
+                feed(store, size);
+                state.SetIterationTime(double(used() - before) * 1e-9 / count);
+            }
         };
         add(workload, {size}, run)->UseManualTime()->Iterations(1);
     }
@@ -304,51 +254,43 @@ QStringList answers()
     log.clear();
     if constexpr (features & Decisions) {
         store.dealVmPools();
-        answers << QString::number(store.wheelVmGroup(parsed(4), uuid)) << uuid;
-        answers << store.getAppsInfo().keys() << store.getAppsInfo().values();
+        answers << parsed(store.wheelVmGroup(parsed(4), uuid)) << uuid << store.getAppsInfo().values();
         log.sort(); // without an order of pools there is none of lines
         answers << log;
     }
     for (int i = 0; i < 44 * 3; ++i) {
         for (const int key : itemKeys)
             answers << store.getNodeValue(poolUuids[i / 3], itemUuids[i], VdiVM::ItemNode, key);
-        for (const int key : {0, 3, 13, 100, 305, 306, 307, 309})
+        for (const int key : {0, 3, 13, 100, 305, 306, 307, features & Decisions ? 308 : 309})
             answers << store.getPoolNodeValue(poolUuids[i / 3], key);
         answers << store.getPolicyValue(poolUuids[7], itemUuids[22], VdiVM::PolicyType(3), i);
         answers << store.getRemoteAppValue(appIds[i], 2 + i % 14);
         if constexpr (features & Decisions)
-            answers << store.getPoolNodeValue(poolUuids[i / 3], 308) << store.getParentUuid(itemUuids[i + 9])
-                    << store.getParentUuid(poolUuids[i]);
+            answers << store.getParentUuid(itemUuids[i + 9]) << store.getParentUuid(poolUuids[i]);
         if constexpr (features & Positions)
             answers << store.getItemUuid(i + 99) << parsed(store.getItemType(i + 99)) << store.getRemoteAppId(i);
     }
-    store.clear();
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     return answers;
 }
 
 template <typename Store>
-void addCompetitor(const char *name, const char *wanted)
+void addCompetitor(const char *name)
 {
-    if (wanted && qstrcmp(name, wanted) != 0)
-        return;
     if (answers<Store, Store::features>() != answers<Library, Store::features>())
         qFatal("%s answers otherwise than the library", name);
     Workloads<Store>{name};
 }
 
-/// Runs the workloads of all competitors, or of the one that the first argument names: each has a heap of its own then.
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
-    const char *wanted = argc > 1 ? argv[1] : nullptr;
-    addCompetitor<Library>("library", wanted);
-    addCompetitor<BareMap>("QMap", wanted);
-    addCompetitor<BareHash>("unordered_map", wanted);
-    addCompetitor<LockedHash>("shared_mutex + unordered_map", wanted);
-    addCompetitor<LockedVariants>("QReadWriteLock + QVariantMap", wanted);
-    addCompetitor<Sqlite>("SQLite", wanted);
+    addCompetitor<Library>("library");
+    addCompetitor<BareMap>("QMap");
+    addCompetitor<BareHash>("unordered_map");
+    addCompetitor<LockedHash>("shared_mutex + unordered_map");
+    addCompetitor<LockedVariants>("QReadWriteLock + QVariantMap");
+    addCompetitor<Sqlite>("SQLite");
     benchmark::RunSpecifiedBenchmarks();
-    return 0;
 }

@@ -12,26 +12,27 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <memory>
 #include <mutex>
 #include <shared_mutex>
+#include <tuple>
 #include <unordered_map>
 #include <vector>
 
-// What a user could pick: the library, and what one would otherwise write oneself over containers or a database, with
-// the library's own operations, so that a workload is written once. Not every competitor has every feature.
-enum Feature { Decisions = 1, Positions = 2, Threads = 4, Large = 8 };
+// The library, and what one would otherwise write oneself over containers or a database, as far as it goes: all with
+// the library's operations, so that a workload is written once.
+enum Feature { Decisions = 1, Positions = 2, Threads = 4 };
+
+using Text = const QString &;
 
 class Library : public VmDatabase
 {
 public:
-    static constexpr int features = Decisions | Positions | Threads | Large;
+    static constexpr int features = Decisions | Positions | Threads;
 
-    /// Everything gone, the event loop drained.
-    void clear()
+    ~Library() override
     {
         clearRemoteAppList();
-        VmDatabase::clear();
+        clear();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 };
@@ -62,11 +63,8 @@ struct Ordered : QMap<Key, Value>
     template <typename Predicate>
     bool anyOf(Predicate predicate) const
     {
-        for (auto it = this->cbegin(); it != this->cend(); ++it) {
-            if (predicate(it.key(), *it))
-                return true;
-        }
-        return false;
+        return std::any_of(this->keyValueBegin(), this->keyValueEnd(),
+                           [&](const auto &entry) { return predicate(entry.first, entry.second); });
     }
 };
 
@@ -90,129 +88,104 @@ struct Hashed : std::unordered_map<Key, Value>
 template <template <typename, typename> class Map, typename Mutex>
 class Containers
 {
-    using Values = Map<int, QString>;
-    struct Item
+    struct Policy
     {
-        Values values;
-        Map<int, Values> policies;
+        Map<int, QString> values;
     };
-    struct Pool
+    struct Item : Policy
     {
-        Values values;
+        Map<int, Policy> policies;
+    };
+    struct Pool : Policy
+    {
         Map<QString, Item> items;
     };
-    using Reading = const std::shared_lock<Mutex>;
-    using Writing = const std::unique_lock<Mutex>;
 
 public:
-    static constexpr int features = Large | Decisions |
-                                    (std::is_base_of_v<QMap<int, QString>, Values> ? Positions : 0) |
+    static constexpr int features = Decisions | (std::is_base_of_v<QMap<int, int>, Map<int, int>> ? Positions : 0) |
                                     (std::is_same_v<Mutex, NoLock> ? 0 : Threads);
 
-    QString getPoolNodeValue(const QString &uuid, int key)
+    QString getPoolNodeValue(Text uuid, int key)
     {
-        Reading lock(mutex);
-        const Pool *pool = pools.get(uuid);
-        return pool ? text(*pool, key) : QString();
+        return reading([&] { return text(pools.get(uuid), key); });
     }
-    QString getNodeValue(const QString &pool, const QString &uuid, int, int key)
+    QString getNodeValue(Text pool, Text uuid, int, int key)
     {
-        Reading lock(mutex);
-        const Item *item = findItem(pool, uuid);
-        return item ? text(*item, key) : QString();
+        return reading([&] { return text(find(pool, uuid), key); });
     }
-    QString getPolicyValue(const QString &pool, const QString &uuid, int type, int key)
+    QString getPolicyValue(Text pool, Text uuid, int type, int key)
     {
-        Reading lock(mutex);
-        const Item *item = findItem(pool, uuid);
-        const Values *policy = item ? item->policies.get(type) : nullptr;
-        const QString *text = policy ? policy->get(key) : nullptr;
-        return text ? *text : QString();
+        return reading([&] {
+            const Item *item = find(pool, uuid);
+            return text(item ? item->policies.get(type) : nullptr, key);
+        });
     }
-    QString getRemoteAppValue(const QString &id, int key)
+    QString getRemoteAppValue(Text id, int key)
     {
-        Reading lock(mutex);
-        const Item *app = apps.get(id);
-        return app ? text(*app, key) : QString();
+        return reading([&] { return text(apps.get(id), key); });
     }
-    void setPoolNodeValue(const QString &pool, int key, const QString &text)
+    void setPoolNodeValue(Text pool, int key, Text text)
     {
-        Writing lock(mutex);
-        pools[pool].values[key] = text;
+        writing([&] { pools[pool].values[key] = text; });
     }
-    void setNodeValue(const QString &pool, const QString &item, int, int key, const QString &text)
+    void setNodeValue(Text pool, Text item, int, int key, Text text)
     {
-        Writing lock(mutex);
-        pools[pool].items[item].values[key] = text;
+        writing([&] { pools[pool].items[item].values[key] = text; });
     }
-    void setPolicyValue(const QString &pool, const QString &item, int type, int key, const QString &text)
+    void setPolicyValue(Text pool, Text item, int type, int key, Text text)
     {
-        Writing lock(mutex);
-        pools[pool].items[item].policies[type][key] = text;
+        writing([&] { pools[pool].items[item].policies[type].values[key] = text; });
     }
-    void setRemoteAppValue(const QString &id, int key, const QString &text)
+    void setRemoteAppValue(Text id, int key, Text text)
     {
-        Writing lock(mutex);
-        apps[id].values[key] = text;
-    }
-    void clear()
-    {
-        pools.clear();
-        apps.clear();
+        writing([&] { apps[id].values[key] = text; });
     }
 
     QString getItemUuid(int index)
     {
-        Reading lock(mutex);
+        const std::shared_lock lock(mutex);
         const auto pool = skipTo(index);
-        if (pool == pools.cend())
-            return {};
-        return index < pool->items.size() ? std::next(pool->items.cbegin(), index).key() : pool.key();
+        return pool == pools.cend()         ? QString()
+               : index < pool->items.size() ? std::next(pool->items.cbegin(), index).key()
+                                            : pool.key();
     }
     int getItemType(int index)
     {
-        Reading lock(mutex);
+        const std::shared_lock lock(mutex);
         const auto pool = skipTo(index);
         return pool == pools.cend() ? 0 : index < pool->items.size() ? VdiVM::ItemNode : VdiVM::PoolNode;
     }
-    QString getParentUuid(const QString &uuid)
+    QString getParentUuid(Text uuid)
     {
-        Reading lock(mutex);
-        QString parent;
-        const bool isItem = pools.anyOf([&](const QString &key, const Pool &pool) {
-            const bool isParent = pool.items.get(uuid);
-            if (isParent)
-                parent = key;
-            return isParent;
-        });
-        return isItem ? parent : pools.get(uuid) ? uuid : QString();
+        const std::shared_lock lock(mutex);
+        QString parent = pools.get(uuid) ? uuid : QString();
+        pools.anyOf([&](auto &key, auto &pool) { return pool.items.get(uuid) && (parent = key, true); });
+        return parent;
     }
     QString getRemoteAppId(int index)
     {
-        Reading lock(mutex);
-        return apps.keys().at(index); // copies the list each time
-    }
+        return reading([&] { return apps.keys().at(index); });
+    } // copies the list
     QMap<QString, QString> getAppsInfo()
     {
-        Reading lock(mutex);
+        const std::shared_lock lock(mutex);
         QMap<QString, QString> info;
-        apps.anyOf([&](const QString &, const Item &app) {
-            info.insert(text(app, VdiVM::AppSummaryKey), text(app, VdiVM::AppSummaryValueKey));
-            return false;
+        apps.anyOf([&](auto &, auto &app) {
+            return info.insert(text(&app, VdiVM::AppSummaryKey), text(&app, VdiVM::AppSummaryValueKey)), false;
         });
         return info;
     }
 
     void dealVmPools()
     {
-        Writing lock(mutex);
+        const std::unique_lock lock(mutex);
         QMap<QString, std::vector<Pool *>> groups;
         for (Pool *pool : all()) {
-            if (hasActiveItem(*pool))
+            if (pool->items.anyOf([](auto &, auto &item) { return number(&item, VdiVM::ItemActiveKey) == 1; }))
                 pool->values[VdiVM::FailedToConnectKey] = QStringLiteral("0");
             const uint type = number(pool, VdiVM::PoolTypeKey);
             const bool byItems = type == 1 || type == 3 || type == 7;
-            const QString group = text(*pool, VdiVM::GroupKey);
+            const QString group = text(pool, VdiVM::GroupKey);
             if (!group.isEmpty())
                 groups[group].push_back(pool);
             if (!byItems && !group.isEmpty())
@@ -237,17 +210,17 @@ public:
         }
     }
 
-    bool wheelVmGroup(const QString &name, QString &uuid)
+    bool wheelVmGroup(Text name, QString &uuid)
     {
-        Writing lock(mutex);
+        const std::unique_lock lock(mutex);
         std::vector<Pool *> group;
         bool usable = false;
         for (Pool *pool : all()) {
-            if (text(*pool, VdiVM::GroupKey) != name)
+            if (text(pool, VdiVM::GroupKey) != name)
                 continue;
             group.push_back(pool);
-            log() << "xx wheelVmGroup keyUuid: " << text(*pool, VdiVM::UuidKey) << ", keyFailedToConnect "
-                  << text(*pool, VdiVM::FailedToConnectKey);
+            log() << "xx wheelVmGroup keyUuid: " << text(pool, VdiVM::UuidKey) << ", keyFailedToConnect "
+                  << text(pool, VdiVM::FailedToConnectKey);
             setHidden(pool, true);
             usable = usable || number(pool, VdiVM::FailedToConnectKey) == 0;
         }
@@ -256,27 +229,33 @@ public:
             return false;
         setHidden(*lead, false);
         if (usable) {
-            uuid = text(**lead, VdiVM::UuidKey);
+            uuid = text(*lead, VdiVM::UuidKey);
             log() << "wheelVmGroup select keyUuid: " << uuid;
         }
         return usable;
     }
 
 private:
+    template <typename Function>
+    auto reading(Function function) const
+    {
+        const std::shared_lock lock(mutex);
+        return function();
+    }
+    template <typename Function>
+    void writing(Function function)
+    {
+        const std::unique_lock lock(mutex);
+        function();
+    }
     static QDebug log() { return QMessageLogger().info(); }
-    template <typename Record>
-    static const QString &text(const Record &record, int key)
+    static Text text(const Policy *record, int key)
     {
         static const QString none;
-        const QString *text = record.values.get(key);
+        const QString *text = record ? record->values.get(key) : nullptr;
         return text ? *text : none;
     }
-    static uint number(const Pool *pool, int key) { return text(*pool, key).toUInt(); }
-    static bool hasActiveItem(const Pool &pool)
-    {
-        return pool.items.anyOf(
-            [](const QString &, const Item &item) { return text(item, VdiVM::ItemActiveKey).toUInt() == 1; });
-    }
+    static uint number(const Policy *record, int key) { return text(record, key).toUInt(); }
     static void setHidden(Pool *pool, bool hidden)
     {
         pool->values[VdiVM::HiddenKey] = hidden ? QStringLiteral("1") : QStringLiteral("0");
@@ -284,19 +263,15 @@ private:
     static void decide(Pool *pool, bool hidden, const char *decision)
     {
         setHidden(pool, hidden);
-        log() << decision << text(*pool, VdiVM::NameKey) << ", keyPerrior:" << text(*pool, VdiVM::PriorityKey);
+        log() << decision << text(pool, VdiVM::NameKey) << ", keyPerrior:" << text(pool, VdiVM::PriorityKey);
     }
-    static bool goesFirst(const Pool *a, const Pool *b)
+    static auto rank(const Pool *pool)
     {
-        const uint failedA = number(a, VdiVM::FailedToConnectKey), failedB = number(b, VdiVM::FailedToConnectKey);
-        if (failedA != failedB)
-            return failedB != 0;
-        const uint preferredA = number(a, VdiVM::PreferredKey), preferredB = number(b, VdiVM::PreferredKey);
-        if (preferredA != preferredB)
-            return preferredB == 0;
-        return number(a, VdiVM::PriorityKey) > number(b, VdiVM::PriorityKey);
+        return std::make_tuple(number(pool, VdiVM::FailedToConnectKey) != 0, number(pool, VdiVM::PreferredKey) == 0,
+                               ~number(pool, VdiVM::PriorityKey));
     }
-    const Item *findItem(const QString &pool, const QString &item) const
+    static bool goesFirst(const Pool *a, const Pool *b) { return rank(a) < rank(b); }
+    const Item *find(Text pool, Text item) const
     {
         const Pool *found = pools.get(pool);
         return found ? found->items.get(item) : nullptr;
@@ -304,7 +279,7 @@ private:
     std::vector<Pool *> all() const
     {
         std::vector<Pool *> all;
-        pools.anyOf([&](const QString &, const Pool &pool) { return all.push_back(const_cast<Pool *>(&pool)), false; });
+        pools.anyOf([&](auto &, auto &pool) { return all.push_back(const_cast<Pool *>(&pool)), false; });
         return all;
     }
     auto skipTo(int &index) const
@@ -317,27 +292,23 @@ private:
 
     Map<QString, Pool> pools;
     Map<QString, Item> apps;
-    Mutex mutex;
+    mutable Mutex mutex;
 };
 
 /// A QVariantMap by paths.
 class VariantTable
 {
 public:
-    QString read(const QString &pool, const QString &item, int type, int key) const
+    QString read(Text pool, Text item, int type, int key) const
     {
         return values.value(path(pool, item, type, key)).toString();
     }
-    void write(const QString &pool, const QString &item, int type, int key, const QString &text)
-    {
-        values.insert(path(pool, item, type, key), text);
-    }
+    void write(Text pool, Text item, int type, int key, Text text) { values.insert(path(pool, item, type, key), text); }
 
 private:
-    static QString path(const QString &pool, const QString &item, int type, int key)
+    static QString path(Text pool, Text item, int type, int key)
     {
-        return pool + QLatin1Char('/') + item + QLatin1Char('/') + QString::number(type) + QLatin1Char('/') +
-               QString::number(key);
+        return QStringList{pool, item, QString::number(type), QString::number(key)}.join(QLatin1Char('/'));
     }
     QVariantMap values;
 };
@@ -353,9 +324,9 @@ public:
                      "PRAGMA encoding = 'UTF-16'; CREATE TABLE v (pool, item, type, key, text,"
                      " PRIMARY KEY (pool, item, type, key)) WITHOUT ROWID",
                      nullptr, nullptr, nullptr);
-        sqlite3_prepare_v2(db, "INSERT OR REPLACE INTO v VALUES (?1, ?2, ?3, ?4, ?5)", -1, &writing, nullptr);
-        sqlite3_prepare_v2(db, "SELECT text FROM v WHERE pool = ?1 AND item = ?2 AND type = ?3 AND key = ?4", -1,
-                           &reading, nullptr);
+        sqlite3_prepare_v2(db, "INSERT OR REPLACE INTO v VALUES (?, ?, ?, ?, ?)", -1, &writing, nullptr);
+        sqlite3_prepare_v2(db, "SELECT text FROM v WHERE pool = ? AND item = ? AND type = ? AND key = ?", -1, &reading,
+                           nullptr);
     }
     ~SqliteTable()
     {
@@ -365,36 +336,29 @@ public:
     }
     Q_DISABLE_COPY(SqliteTable)
 
-    QString read(const QString &pool, const QString &item, int type, int key)
+    QString read(Text pool, Text item, int type, int key) { return run(reading, pool, item, type, key); }
+    void write(Text pool, Text item, int type, int key, Text text)
     {
-        QString text;
-        bind(reading, pool, item, type, key);
-        if (sqlite3_step(reading) == SQLITE_ROW)
-            text = QString(static_cast<const QChar *>(sqlite3_column_text16(reading, 0)),
-                           sqlite3_column_bytes16(reading, 0) / 2);
-        sqlite3_reset(reading);
-        return text;
-    }
-    void write(const QString &pool, const QString &item, int type, int key, const QString &text)
-    {
-        bind(writing, pool, item, type, key);
         sqlite3_bind_text16(writing, 5, text.utf16(), text.size() * 2, SQLITE_STATIC);
-        sqlite3_step(writing);
-        sqlite3_reset(writing);
+        run(writing, pool, item, type, key);
     }
 
 private:
-    static void bind(sqlite3_stmt *statement, const QString &pool, const QString &item, int type, int key)
+    static QString run(sqlite3_stmt *statement, Text pool, Text item, int type, int key)
     {
         sqlite3_bind_text16(statement, 1, pool.utf16(), pool.size() * 2, SQLITE_STATIC);
         sqlite3_bind_text16(statement, 2, item.utf16(), item.size() * 2, SQLITE_STATIC);
         sqlite3_bind_int(statement, 3, type);
         sqlite3_bind_int(statement, 4, key);
+        QString text;
+        if (sqlite3_step(statement) == SQLITE_ROW)
+            text = QString(static_cast<const QChar *>(sqlite3_column_text16(statement, 0)));
+        sqlite3_reset(statement);
+        return text;
     }
 
     sqlite3 *db = nullptr;
-    sqlite3_stmt *writing = nullptr;
-    sqlite3_stmt *reading = nullptr;
+    sqlite3_stmt *writing = nullptr, *reading = nullptr;
 };
 
 /// One table behind one lock: a pool's values have no item, an application's no pool.
@@ -404,35 +368,25 @@ class Flat
 public:
     static constexpr int features = std::is_same_v<Mutex, NoLock> ? 0 : Threads;
 
-    QString getPoolNodeValue(const QString &pool, int key) { return getPolicyValue(pool, {}, -1, key); }
-    QString getNodeValue(const QString &pool, const QString &item, int, int key)
-    {
-        return getPolicyValue(pool, item, -1, key);
-    }
-    QString getPolicyValue(const QString &pool, const QString &item, int type, int key)
+    QString getPoolNodeValue(Text pool, int key) { return getPolicyValue(pool, {}, -1, key); }
+    QString getNodeValue(Text pool, Text item, int, int key) { return getPolicyValue(pool, item, -1, key); }
+    QString getPolicyValue(Text pool, Text item, int type, int key)
     {
         const std::shared_lock lock(mutex);
-        return table->read(pool, item, type, key);
+        return table.read(pool, item, type, key);
     }
-    QString getRemoteAppValue(const QString &id, int key) { return getPolicyValue({}, id, -1, key); }
-    void setPoolNodeValue(const QString &pool, int key, const QString &text)
-    {
-        setPolicyValue(pool, {}, -1, key, text);
-    }
-    void setNodeValue(const QString &pool, const QString &item, int, int key, const QString &text)
-    {
-        setPolicyValue(pool, item, -1, key, text);
-    }
-    void setPolicyValue(const QString &pool, const QString &item, int type, int key, const QString &text)
+    QString getRemoteAppValue(Text id, int key) { return getPolicyValue({}, id, -1, key); }
+    void setPoolNodeValue(Text pool, int key, Text text) { setPolicyValue(pool, {}, -1, key, text); }
+    void setNodeValue(Text pool, Text item, int, int key, Text text) { setPolicyValue(pool, item, -1, key, text); }
+    void setPolicyValue(Text pool, Text item, int type, int key, Text text)
     {
         const std::unique_lock lock(mutex);
-        table->write(pool, item, type, key, text);
+        table.write(pool, item, type, key, text);
     }
-    void setRemoteAppValue(const QString &id, int key, const QString &text) { setPolicyValue({}, id, -1, key, text); }
-    void clear() { table.reset(); }
+    void setRemoteAppValue(Text id, int key, Text text) { setPolicyValue({}, id, -1, key, text); }
 
 private:
-    std::unique_ptr<Table> table{new Table};
+    Table table;
     Mutex mutex;
 };
 

@@ -17,7 +17,7 @@ private:
     template <typename Function>
     static auto read(VmNode *node, int key, Function function)
     {
-        static const QString none;
+        static const auto &none = *new QString; // never destroyed, as clients may decide while the process exits
         QReadLocker locker(&node->valueLock);
         const auto it = node->values.constFind(key);
         return function(it == node->values.cend() ? none : *it);

@@ -137,9 +137,9 @@ private:
     VmNode *nodeAt(int index);
     RemoteApp *listedRemoteApp(const QString &appId);
 
-    QReadWriteLock poolLock; // guards pools, and only pools
+    QReadWriteLock poolLock; // guards pools and poolsByUuid, and only these
     QMap<QString, VmPoolNode *> pools;
-    QReadWriteLock remoteAppLock; // guards remoteApps, and only remoteApps
+    QReadWriteLock remoteAppLock; // guards remoteApps and remoteAppsById, and only these
     QMap<QString, RemoteApp *> remoteApps;
     QReadWriteLock saasAppLock; // guards saasApps, and only saasApps
     QMap<QString, QSharedPointer<RemoteApp>> saasApps;
