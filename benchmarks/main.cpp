@@ -50,19 +50,14 @@ static QString parsed(int number)
 
 struct Size
 {
-    int pools;
-    int items;     // in each pool
-    int group = 4; // pools in each group
+    int pools, items, group = 4; // items in each pool, pools in each group
 };
 
 /// What one turn of a workload is about.
 struct At
 {
-    const QString &pool;
-    const QString &item;
-    const QString &app;
-    int index; // of the item
-    int key;
+    const QString &pool, &item, &app;
+    int index, key; // the item's position, and a key of its
     VdiVM::PolicyType policy;
 };
 
@@ -181,6 +176,8 @@ private:
             store = std::make_unique<Store>();
             feed(*store, size);
             feedApps(*store);
+            for (int i = 0; i < size.pools * size.items; ++i)
+                store->setPolicyValue(poolUuids[i / size.items], itemUuids[i], VdiVM::PolicyType(i % 5), 7, text());
         }
         return *store;
     }

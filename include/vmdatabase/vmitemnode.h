@@ -5,6 +5,8 @@
 
 #include <vmdatabase/vmnode.h>
 
+#include <array>
+
 class VmPolicy;
 
 /// One virtual machine inside a pool: a node with ten policy records, made with it and owned by it.
@@ -32,4 +34,5 @@ public:
 private:
     [[maybe_unused]] VmNode *pool;  // not owned and never read: kept for the layout that callers are built against
     QMap<int, VmPolicy *> policies; // by VdiVM::PolicyType; owned
+    std::array<VmPolicy *, 11> policyByType{}; // the same records, for lookups
 };

@@ -32,7 +32,7 @@ QList<QString> VmDatabasePrivate::getAppNames()
 QString VmDatabasePrivate::getRemoteAppId(int index)
 {
     QReadLocker locker(&remoteAppLock);
-    return index >= 0 && index < remoteApps.size() ? (remoteApps.cbegin() + index).key() : emptyText();
+    return index >= 0 && index < remoteApps.size() ? VmIndex::at(remoteApps, index).key() : emptyText();
 }
 
 // NOLINTBEGIN(performance-unnecessary-value-param): ids by value is what callers are built against

@@ -7,8 +7,6 @@
 #include "text_p.h"
 #include "vmdatabase/vmpoolnode.h"
 
-#include <iterator>
-
 /// How the library looks at a record without copying a value or a list out: under the record's own lock, as the public
 /// operations would.
 class RecordAccess
@@ -48,6 +46,6 @@ public:
     /// The node at a position of the pool's getItemList().
     static VmNode *nodeAt(VmPoolNode *pool, int index)
     {
-        return index < pool->items.size() ? *std::next(pool->items.cbegin(), index) : pool;
+        return index < pool->items.size() ? *VmIndex::at(pool->items, index) : pool;
     }
 };

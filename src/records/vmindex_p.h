@@ -69,4 +69,11 @@ void clear(QMap<QString, Record *> &table, QHash<VmIndexKey, Record *> &byUuid)
     table.clear();
 }
 
+/// The entry at a position, reached from the nearer end.
+template <typename Record>
+auto at(const QMap<QString, Record> &table, int index)
+{
+    return index < table.size() / 2 ? table.cbegin() + index : table.cend() - (table.size() - index);
+}
+
 } // namespace VmIndex

@@ -17,17 +17,17 @@ VmItemNode::VmItemNode(VmNode *poolNode)
 {
     nodeType = VdiVM::ItemNode;
     for (const int type : policyTypes)
-        policies.insert(type, new VmPolicy);
+        policies.insert(type, policyByType[size_t(type)] = new VmPolicy);
     setValue(VdiVM::ItemActiveKey, QStringLiteral("0"));
 }
 
 VmItemNode::~VmItemNode()
 {
     for (const int type : releasedPolicyTypes)
-        delete policies.value(type);
+        delete getVmPolicy(type);
 }
 
 VmPolicy *VmItemNode::getVmPolicy(int type)
 {
-    return policies.value(type);
+    return type >= 0 && type < int(policyByType.size()) ? policyByType[size_t(type)] : nullptr;
 }
