@@ -38,4 +38,4 @@ done
 echo "$(date --iso-8601), $(nproc) cores, $(awk '/MemTotal/ { printf "%.0f", $2 / 1048576 }' /proc/meminfo) GB," \
     "$(. /etc/os-release && echo "$PRETTY_NAME"); load at the end $(cut -d' ' -f1 /proc/loadavg)"
 echo
-awk -f scripts/bench-table.awk -v svg=build/bench/benchmarks.svg "$results"
+sort -V "$results" | awk -f scripts/bench-table.awk -v svg=build/bench/benchmarks.svg
