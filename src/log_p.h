@@ -10,7 +10,7 @@
 // and quoted as QDebug does. The texts are interface: people search logs for them.
 namespace Log {
 
-/// What QDebug would write, at a third of its price. Written when it goes out of scope.
+/// What QDebug would write, for a fraction of its price. Written when it goes out of scope.
 class Line
 {
     Q_DISABLE_COPY(Line)
