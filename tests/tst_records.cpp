@@ -7,7 +7,9 @@
 #include <vmdatabase/vmdatabase.h>
 #include <vmdatabase/vmpoolnode.h>
 
+#include <algorithm>
 #include <limits>
+#include <utility>
 
 class tst_Records : public QObject
 {
@@ -24,16 +26,28 @@ private Q_SLOTS:
     void metaObjects();
 };
 
+// Every int is a key of its own, whatever else is stored and in whichever order it came.
 void tst_Records::values()
 {
     VmNode node;
     VmPolicy policy;
-    for (const int key : {0, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
-        QVERIFY(isNull(node.getValue(key)) && isNull(policy.getValue(key)));
-        node.setValue(key, u"x"_s);
-        policy.setValue(key, u"y"_s);
-        QCOMPARE(node.getValue(key) + policy.getValue(key), u"xy"_s);
+    QList<int> keys{std::numeric_limits<int>::max(), std::numeric_limits<int>::min()};
+    for (int key = -70; key <= 70; ++key)
+        keys << key;
+    QMap<int, QString> expected;
+    for (const char *round : {"first", "again, backwards"}) {
+        for (const int key : std::as_const(keys)) {
+            QVERIFY(isNull(node.getValue(key)) == !expected.contains(key));
+            expected[key] = QString::fromLatin1(round) + QString::number(key);
+            node.setValue(key, expected[key]);
+            policy.setValue(key, expected[key]);
+        }
+        for (const int key : std::as_const(keys))
+            QVERIFY(node.getValue(key) == expected[key] && policy.getValue(key) == expected[key]);
+        std::reverse(keys.begin(), keys.end());
     }
+    node.resetValue(-31);
+    QVERIFY(isEmptyNotNull(node.getValue(-31)) && node.getValue(0) == expected[0] && node.getValue(31) == expected[31]);
     policy.clear();
     policy.clear();
     QVERIFY(isNull(policy.getValue(0)));

@@ -10,6 +10,8 @@
 #include <QtCore/QReadWriteLock>
 #include <QtCore/QString>
 
+#include <array>
+
 /// The record of one node, a pool or an item: texts by integer key. Every `int` is a key; see VdiVM::NodeKey.
 ///
 /// Thread-safe: any thread may call any operation at any time. Each takes the record's own lock for the time of the
@@ -48,6 +50,10 @@ private:
     friend class RecordAccess;
 
     QMap<int, QString> values;
-    QReadWriteLock valueLock;    // guards values, and only values
+    QReadWriteLock valueLock;    // guards values and entries, and only these
     QMap<int, QString> keyNames; // never changes; all nodes share one map
+
+    // Where values lie in the map, by key modulo 31, in which no two of VdiVM::NodeKey are alike: waiting for memory on
+    // the way down the map is a third of an item's read. Of other keys that share a place the last one written has it.
+    std::array<QMap<int, QString>::iterator, 31> entries;
 };

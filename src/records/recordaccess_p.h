@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "records/valueindex_p.h"
 #include "records/vmindex_p.h"
 #include "text_p.h"
 #include "vmdatabase/vmpoolnode.h"
@@ -17,8 +18,8 @@ private:
     {
         static const auto &none = *new QString; // never destroyed, as clients may decide while the process exits
         QReadLocker locker(&node->valueLock);
-        const auto it = node->values.constFind(key);
-        return function(it == node->values.cend() ? none : *it);
+        const QString *value = ValueIndex::find(node->values, node->entries, key);
+        return function(value ? *value : none);
     }
 
 public:

@@ -4,6 +4,7 @@
 #include "vmdatabase/vmnode.h"
 
 #include "log_p.h"
+#include "records/valueindex_p.h"
 #include "text_p.h"
 #include "vmdatabase/vdivm.h"
 
@@ -46,13 +47,14 @@ VmNode::~VmNode() = default;
 QString VmNode::getValue(int key)
 {
     QReadLocker locker(&valueLock);
-    return values.value(key);
+    const QString *value = ValueIndex::find(values, entries, key);
+    return value ? *value : QString();
 }
 
 void VmNode::setValue(int key, const QString &value)
 {
     QWriteLocker locker(&valueLock);
-    values.insert(key, value);
+    ValueIndex::put(values, entries, key, value);
 }
 
 void VmNode::resetValue(int key)
