@@ -57,7 +57,7 @@ struct Size
 struct At
 {
     const QString &pool, &item, &app;
-    int index, key; // the item's position, and a key of its
+    int key; // of the item
     VdiVM::PolicyType policy;
 };
 
@@ -91,7 +91,6 @@ void feedApps(Store &store)
     }
 }
 
-/// The workloads of one competitor.
 template <typename Store>
 class Workloads
 {
@@ -109,8 +108,10 @@ public:
         addOperation("read item", both, readItem);
         addOperation("overwrite item", both, writeItem);
         addOperation("read pool", both, [](S s, At at) { keep(s.getPoolNodeValue(at.pool, VdiVM::NameKey)); });
-        addOperation("get policy", small, [](S s, At at) { keep(s.getPolicyValue(at.pool, at.item, at.policy, 7)); });
-        addOperation("set policy", small, [](S s, At at) { s.setPolicyValue(at.pool, at.item, at.policy, 7, text()); });
+        addOperation("get policy", small,
+                     [](S s, At at) { keep(s.getPolicyValue(at.pool, at.item, at.policy, at.key % 4)); });
+        addOperation("set policy", small,
+                     [](S s, At at) { s.setPolicyValue(at.pool, at.item, at.policy, at.key % 4, text()); });
         addOperation("read application", small, [](S s, At at) { keep(s.getRemoteAppValue(at.app, 5)); });
         if constexpr (Store::features & Threads) {
             addOperation("two readers", small, readItem)->Threads(2)->UseRealTime();
@@ -118,6 +119,7 @@ public:
         }
         if constexpr (Store::features & Decisions) {
             addOperation("parent", {{1000, 10}, {1000, 100}}, [](S s, At at) { keep(s.getParentUuid(at.item)); });
+            addOperation("type", {{1000, 10}}, [](S s, At at) { keep(s.getItemTypeByUuid(at.item)); });
             addOperation("deal", {{100, 1}, {1000, 1}, {10000, 1}, {100000, 1}}, [](S s, At) { s.dealVmPools(); });
             addOperation("wheel", {{10000, 0, 4}, {10000, 0, 64}, {10000, 0, 1024}}, [](S s, At) {
                 QString uuid;
@@ -126,16 +128,27 @@ public:
             addOperation("application summary", small, [](S s, At) { keep(s.getAppsInfo()); });
         }
         if constexpr (Store::features & Positions) {
-            addOperation("position", {{100, 100}, {1000, 10}}, [](S s, At at) {
-                keep(s.getItemUuid(at.index));
-                keep(s.getItemType(at.index));
+            addOperation("all positions", {{100, 100}, {1000, 10}}, [](S s, At) {
+                for (int i = 0; s.getItemType(i); ++i)
+                    keep(s.getItemUuid(i));
             });
-            addOperation("application position", small, [](S s, At at) { keep(s.getRemoteAppId(at.index % 1000)); });
+            addOperation("all application positions", small, [](S s, At) {
+                for (int i = 0; i < 1000; ++i)
+                    keep(s.getRemoteAppId(i));
+            });
         }
         const Fresh fill = [](auto &store, Size size) { feed(*store, size); };
         const Fresh nothing = [](auto &, Size) {};
         addFresh("feed", {{10, 10}, {100, 100}, {1000, 100}, {10000, 10}}, nothing, fill);
         addFresh("clear", small, fill, [](auto &store, Size) { store.reset(); });
+        if constexpr (Store::features & Decisions) {
+            addFresh("remove", small, fill, [](auto &store, Size size) {
+                for (int i = 0; i < size.pools * size.items; ++i)
+                    store->removeNode(itemUuids[i]);
+                std::for_each_n(poolUuids.begin(), size.pools, [&](Text uuid) { store->removeNode(uuid); });
+                QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            });
+        }
         addFresh("feed applications", small, nothing, [](auto &store, Size) { feedApps(*store); });
         addMemory("bytes of an item", usedBytes, {100, 50}, 5000);
         addMemory("allocations for an item", usedAllocations, {100, 50}, 5000);
@@ -176,8 +189,9 @@ private:
             store = std::make_unique<Store>();
             feed(*store, size);
             feedApps(*store);
-            for (int i = 0; i < size.pools * size.items; ++i)
-                store->setPolicyValue(poolUuids[i / size.items], itemUuids[i], VdiVM::PolicyType(i % 5), 7, text());
+            for (int i = 0; i < qMin(10000, size.pools * size.items) * 20; ++i) // 5 policies with 4 values each
+                store->setPolicyValue(poolUuids[i / 20 / size.items], itemUuids[i / 20], VdiVM::PolicyType(i % 5),
+                                      i / 5 % 4, text());
         }
         return *store;
     }
@@ -195,8 +209,8 @@ private:
             size_t turn = 0;
             for (auto _ : state) {
                 const int item = picks[++turn % picks.size()], key = itemKeys[turn % 12];
-                operation(store, {poolUuids[item / qMax(1, size.items)], itemUuids[item], appIds[item % 1000], item,
-                                  key, VdiVM::PolicyType(item % 5)});
+                operation(store, {poolUuids[item / qMax(1, size.items)], itemUuids[item], appIds[item % 1000], key,
+                                  VdiVM::PolicyType(item % 5)});
             }
         });
     }
@@ -244,26 +258,27 @@ QStringList answers()
     Store store;
     QStringList answers;
     QString uuid;
-    feed(store, {44, 3});
+    feed(store, {45, 3});
     feedApps(store);
     store.setPolicyValue(poolUuids[7], itemUuids[22], VdiVM::PolicyType(3), 5, values[8]);
     store.setNodeValue(poolUuids[7], itemUuids[22], VdiVM::ItemNode, 204, parsed(1));
     log.clear();
     if constexpr (features & Decisions) {
         store.dealVmPools();
-        answers << parsed(store.wheelVmGroup(parsed(4), uuid)) << uuid << store.getAppsInfo().values();
-        log.sort(); // without an order of pools there is none of lines
-        answers << log;
+        answers << parsed(store.wheelVmGroup(parsed(4), uuid)) << uuid << store.getAppsInfo().values() << log;
+        store.removeNode(itemUuids[20]);
+        store.removeNode(poolUuids[44]);
     }
     for (int i = 0; i < 44 * 3; ++i) {
         for (const int key : itemKeys)
             answers << store.getNodeValue(poolUuids[i / 3], itemUuids[i], VdiVM::ItemNode, key);
         for (const int key : {0, 3, 13, 100, 305, 306, 307, features & Decisions ? 308 : 309})
             answers << store.getPoolNodeValue(poolUuids[i / 3], key);
-        answers << store.getPolicyValue(poolUuids[7], itemUuids[22], VdiVM::PolicyType(3), i);
-        answers << store.getRemoteAppValue(appIds[i], 2 + i % 14);
+        answers << store.getPolicyValue(poolUuids[7], itemUuids[22], VdiVM::PolicyType(3), i)
+                << store.getRemoteAppValue(appIds[i], 2 + i % 14);
         if constexpr (features & Decisions)
-            answers << store.getParentUuid(itemUuids[i + 9]) << store.getParentUuid(poolUuids[i]);
+            answers << store.getParentUuid(itemUuids[i + 9]) << store.getParentUuid(poolUuids[i])
+                    << parsed(store.getItemTypeByUuid(itemUuids[i + 9]));
         if constexpr (features & Positions)
             answers << store.getItemUuid(i + 99) << parsed(store.getItemType(i + 99)) << store.getRemoteAppId(i);
     }

@@ -55,34 +55,36 @@ struct QtLock : QReadWriteLock
 template <typename Key, typename Value>
 struct Ordered : QMap<Key, Value>
 {
+    static constexpr bool isOrdered = true;
+
     const Value *get(const Key &key) const
     {
         const auto it = this->constFind(key);
         return it == this->cend() ? nullptr : &*it;
-    }
-    template <typename Predicate>
-    bool anyOf(Predicate predicate) const
-    {
-        return std::any_of(this->keyValueBegin(), this->keyValueEnd(),
-                           [&](const auto &entry) { return predicate(entry.first, entry.second); });
     }
 };
 
 template <typename Key, typename Value>
 struct Hashed : std::unordered_map<Key, Value>
 {
+    static constexpr bool isOrdered = false;
+
     const Value *get(const Key &key) const
     {
         const auto it = this->find(key);
         return it == this->cend() ? nullptr : &it->second;
     }
-    template <typename Predicate>
-    bool anyOf(Predicate predicate) const
-    {
-        return std::any_of(this->begin(), this->end(),
-                           [&](const auto &entry) { return predicate(entry.first, entry.second); });
-    }
+    auto keyValueBegin() const { return this->begin(); }
+    auto keyValueEnd() const { return this->end(); }
+    int remove(const Key &key) { return int(this->erase(key)); }
 };
+
+template <typename Map, typename Predicate>
+bool anyOf(const Map &map, Predicate predicate)
+{
+    return std::any_of(map.keyValueBegin(), map.keyValueEnd(),
+                       [&](const auto &entry) { return predicate(entry.first, entry.second); });
+}
 
 /// Nested containers behind one lock, with one lookup per step. Without the lock they are the limit for their kind.
 template <template <typename, typename> class Map, typename Mutex>
@@ -102,48 +104,32 @@ class Containers
     };
 
 public:
-    static constexpr int features = Decisions | (std::is_base_of_v<QMap<int, int>, Map<int, int>> ? Positions : 0) |
-                                    (std::is_same_v<Mutex, NoLock> ? 0 : Threads);
+    static constexpr int features =
+        Decisions | (Map<int, int>::isOrdered ? Positions : 0) | (std::is_same_v<Mutex, NoLock> ? 0 : Threads);
 
-    QString getPoolNodeValue(Text uuid, int key)
-    {
-        return reading([&] { return text(pools.get(uuid), key); });
-    }
-    QString getNodeValue(Text pool, Text uuid, int, int key)
-    {
-        return reading([&] { return text(find(pool, uuid), key); });
-    }
+    QString getPoolNodeValue(Text uuid, int key) { return reading(), text(pools.get(uuid), key); }
+    QString getNodeValue(Text pool, Text uuid, int, int key) { return reading(), text(find(pool, uuid), key); }
     QString getPolicyValue(Text pool, Text uuid, int type, int key)
     {
-        return reading([&] {
-            const Item *item = find(pool, uuid);
-            return text(item ? item->policies.get(type) : nullptr, key);
-        });
+        const auto lock = reading();
+        const Item *item = find(pool, uuid);
+        return text(item ? item->policies.get(type) : nullptr, key);
     }
-    QString getRemoteAppValue(Text id, int key)
-    {
-        return reading([&] { return text(apps.get(id), key); });
-    }
-    void setPoolNodeValue(Text pool, int key, Text text)
-    {
-        writing([&] { pools[pool].values[key] = text; });
-    }
+    QString getRemoteAppValue(Text id, int key) { return reading(), text(apps.get(id), key); }
+    void setPoolNodeValue(Text pool, int key, Text text) { writing(), pools[pool].values[key] = text; }
     void setNodeValue(Text pool, Text item, int, int key, Text text)
     {
-        writing([&] { pools[pool].items[item].values[key] = text; });
+        writing(), pools[pool].items[item].values[key] = text;
     }
     void setPolicyValue(Text pool, Text item, int type, int key, Text text)
     {
-        writing([&] { pools[pool].items[item].policies[type].values[key] = text; });
+        writing(), pools[pool].items[item].policies[type].values[key] = text;
     }
-    void setRemoteAppValue(Text id, int key, Text text)
-    {
-        writing([&] { apps[id].values[key] = text; });
-    }
+    void setRemoteAppValue(Text id, int key, Text text) { writing(), apps[id].values[key] = text; }
 
     QString getItemUuid(int index)
     {
-        const std::shared_lock lock(mutex);
+        const auto lock = reading();
         const auto pool = skipTo(index);
         return pool == pools.cend()         ? QString()
                : index < pool->items.size() ? std::next(pool->items.cbegin(), index).key()
@@ -151,26 +137,28 @@ public:
     }
     int getItemType(int index)
     {
-        const std::shared_lock lock(mutex);
+        const auto lock = reading();
         const auto pool = skipTo(index);
         return pool == pools.cend() ? 0 : index < pool->items.size() ? VdiVM::ItemNode : VdiVM::PoolNode;
     }
-    QString getParentUuid(Text uuid)
+    QString getParentUuid(Text uuid) { return reading(), pools.get(uuid) ? uuid : parentOf(uuid); }
+    int getItemTypeByUuid(Text uuid)
     {
-        const std::shared_lock lock(mutex);
-        QString parent = pools.get(uuid) ? uuid : QString();
-        pools.anyOf([&](auto &key, auto &pool) { return pool.items.get(uuid) && (parent = key, true); });
-        return parent;
+        const auto lock = reading();
+        return pools.get(uuid) ? VdiVM::PoolNode : parentOf(uuid).isNull() ? VdiVM::UnknownNode : VdiVM::ItemNode;
     }
-    QString getRemoteAppId(int index)
+    void removeNode(Text uuid)
     {
-        return reading([&] { return apps.keys().at(index); });
-    } // copies the list
+        const auto remove = [&](auto &, auto &pool) { return const_cast<Pool &>(pool).items.remove(uuid); };
+        const auto lock = writing();
+        pools.remove(uuid) || anyOf(pools, remove);
+    }
+    QString getRemoteAppId(int index) { return reading(), apps.keys().at(index); } // copies the list
     QMap<QString, QString> getAppsInfo()
     {
-        const std::shared_lock lock(mutex);
+        const auto lock = reading();
         QMap<QString, QString> info;
-        apps.anyOf([&](auto &, auto &app) {
+        anyOf(apps, [&](auto &, auto &app) {
             return info.insert(text(&app, VdiVM::AppSummaryKey), text(&app, VdiVM::AppSummaryValueKey)), false;
         });
         return info;
@@ -178,10 +166,10 @@ public:
 
     void dealVmPools()
     {
-        const std::unique_lock lock(mutex);
+        const auto lock = writing();
         QMap<QString, std::vector<Pool *>> groups;
-        for (Pool *pool : all()) {
-            if (pool->items.anyOf([](auto &, auto &item) { return number(&item, VdiVM::ItemActiveKey) == 1; }))
+        for (const auto &[uuid, pool] : select([](auto &) { return true; })) {
+            if (anyOf(pool->items, [](auto &, auto &item) { return number(&item, VdiVM::ItemActiveKey) == 1; }))
                 pool->values[VdiVM::FailedToConnectKey] = QStringLiteral("0");
             const uint type = number(pool, VdiVM::PoolTypeKey);
             const bool byItems = type == 1 || type == 3 || type == 7;
@@ -212,42 +200,29 @@ public:
 
     bool wheelVmGroup(Text name, QString &uuid)
     {
-        const std::unique_lock lock(mutex);
-        std::vector<Pool *> group;
+        const auto lock = writing();
+        const auto group = select([&](auto &pool) { return text(&pool, VdiVM::GroupKey) == name; });
         bool usable = false;
-        for (Pool *pool : all()) {
-            if (text(pool, VdiVM::GroupKey) != name)
-                continue;
-            group.push_back(pool);
+        for (const auto &[key, pool] : group) {
             log() << "xx wheelVmGroup keyUuid: " << text(pool, VdiVM::UuidKey) << ", keyFailedToConnect "
                   << text(pool, VdiVM::FailedToConnectKey);
             setHidden(pool, true);
             usable = usable || number(pool, VdiVM::FailedToConnectKey) == 0;
         }
-        const auto lead = std::min_element(group.begin(), group.end(), goesFirst);
+        const auto leads = [](auto &a, auto &b) { return goesFirst(a.second, b.second); };
+        const auto lead = std::min_element(group.begin(), group.end(), leads);
         if (lead == group.end())
             return false;
-        setHidden(*lead, false);
-        if (usable) {
-            uuid = text(*lead, VdiVM::UuidKey);
-            log() << "wheelVmGroup select keyUuid: " << uuid;
-        }
+        setHidden(lead->second, false);
+        if (usable)
+            log() << "wheelVmGroup select keyUuid: " << (uuid = text(lead->second, VdiVM::UuidKey));
         return usable;
     }
 
 private:
-    template <typename Function>
-    auto reading(Function function) const
-    {
-        const std::shared_lock lock(mutex);
-        return function();
-    }
-    template <typename Function>
-    void writing(Function function)
-    {
-        const std::unique_lock lock(mutex);
-        function();
-    }
+    // The lock is held as long as what is returned lives: without a name, to the end of the full expression.
+    auto reading() const { return std::shared_lock(mutex); }
+    auto writing() { return std::unique_lock(mutex); }
     static QDebug log() { return QMessageLogger().info(); }
     static Text text(const Policy *record, int key)
     {
@@ -276,11 +251,23 @@ private:
         const Pool *found = pools.get(pool);
         return found ? found->items.get(item) : nullptr;
     }
-    std::vector<Pool *> all() const
+    /// In the order of their uuids, in which decisions are logged.
+    template <typename Predicate>
+    auto select(Predicate wanted) const
     {
-        std::vector<Pool *> all;
-        pools.anyOf([&](auto &, auto &pool) { return all.push_back(const_cast<Pool *>(&pool)), false; });
-        return all;
+        std::vector<std::pair<const QString *, Pool *>> found;
+        anyOf(pools, [&](auto &uuid, auto &pool) {
+            return wanted(pool) && (found.emplace_back(&uuid, const_cast<Pool *>(&pool)), false);
+        });
+        if (!Map<int, int>::isOrdered)
+            std::sort(found.begin(), found.end(), [](auto &a, auto &b) { return *a.first < *b.first; });
+        return found;
+    }
+    QString parentOf(Text uuid) const
+    {
+        QString parent;
+        anyOf(pools, [&](auto &key, auto &pool) { return pool.items.get(uuid) && (parent = key, true); });
+        return parent;
     }
     auto skipTo(int &index) const
     {
@@ -334,7 +321,6 @@ public:
         sqlite3_finalize(reading);
         sqlite3_close(db);
     }
-    Q_DISABLE_COPY(SqliteTable)
 
     QString read(Text pool, Text item, int type, int key) { return run(reading, pool, item, type, key); }
     void write(Text pool, Text item, int type, int key, Text text)

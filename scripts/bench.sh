@@ -14,24 +14,30 @@ mkdir -p build
     exit 1
 }
 
-# Competitors take turns. What feeds and clears leaves a heap in pieces, and whatever allocates next pays for that: each
-# such workload has a process of its own, the others share one, in random order.
+# The competitors of a workload take turns in random order, since what the machine's neighbours do to its caches and
+# memory changes within seconds. What fills or empties a store is measured once in a process of its own each time: a heap
+# in pieces, which an earlier store leaves, would be part of the price.
+benchmark=build/bench/benchmarks/vmdatabase-benchmark
 results=build/bench/benchmarks.csv
-competitors=("library" "QMap" "unordered_map" "shared_mutex + unordered_map" "QReadWriteLock + QVariantMap" "SQLite")
-fresh=("feed 10x10" "feed 100x100" "feed 1000x100" "feed 10000x10" "feed applications.*" "clear.*")
-run() { # WORKLOADS COMPETITOR REPETITIONS
-    build/bench/benchmarks/vmdatabase-benchmark --benchmark_filter="^($1)[|]${2//+/[+]}(/|\$)" --benchmark_format=csv \
-        --benchmark_repetitions="$3" --benchmark_min_time=0.03 --benchmark_enable_random_interleaving=true \
-        2>>build/bench.log >>"$results"
+run() { # FILTER REPETITIONS SECONDS
+    "$benchmark" --benchmark_filter="$1" --benchmark_repetitions="$2" --benchmark_min_time="$3" \
+        --benchmark_enable_random_interleaving=true --benchmark_format=csv 2>>build/bench.log >>"$results"
 }
+mapfile -t tests < <("$benchmark" --benchmark_list_tests)
+mapfile -t workloads < <(printf '%s\n' "${tests[@]%%|*}" | awk '!seen[$0]++')
 : >"$results"
-for round in 1 2 3 4 5; do
-    echo "round $round of 5" >&2
-    for competitor in "${competitors[@]}"; do
-        run "[^fc].*" "$competitor" 2
-        for workload in "${fresh[@]}"; do
-            run "$workload" "$competitor" 1
-        done
+for round in 1 2; do
+    echo "round $round of 2" >&2
+    for workload in "${workloads[@]}"; do
+        if [[ $workload =~ ^(feed|clear|remove) ]]; then
+            for _ in 1 2 3; do
+                printf '%s\n' "${tests[@]}" | grep -F "$workload|" | sed 's/[+|]/[&]/g' | shuf | while read -r test; do
+                    run "^$test\$" 1 0.0001
+                done
+            done
+        else
+            run "^$workload[|]" 7 0.05
+        fi
     done
 done
 
