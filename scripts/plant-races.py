@@ -29,13 +29,14 @@ SECONDS = 60  # of one run of the tests: a real race can make a map spin
 ATTEMPTS = 3
 
 root = pathlib.Path(__file__).resolve().parent.parent
-lock_line = re.compile(r"^ +Q(Read|Write)Locker locker\(&\w+\);\n", re.MULTILINE)
-definition = re.compile(r"^\S.*?(?:VmDatabasePrivate::|((?:Vm|Remote)\w+::))(\w+)\(", re.MULTILINE)
+lock_line = re.compile(r"^ +Q(Read|Write)Locker locker\(&(?:node->)?\w+\);\n", re.MULTILINE)
+definition = re.compile(
+    r"^(?:\S.*?(?:VmDatabasePrivate::|((?:Vm|Remote)\w+::))|    static auto )(\w+)\(", re.MULTILINE)
 
 
 def faults():
     """Every lock of the library, taken away or weakened: name, file and what the file then reads."""
-    for path in sorted((root / "src").rglob("*.cpp")):
+    for path in sorted((root / "src").rglob("*.[ch]*")):
         text = path.read_text()
         names = []
         for lock in lock_line.finditer(text):
