@@ -17,6 +17,7 @@ private Q_SLOTS:
     void sessions_data();
     void sessions();
     void feeds();
+    void documentedScenes();
     void anyText();
 };
 
@@ -83,6 +84,25 @@ void tst_Replay::feeds()
     QVERIFY(day.out.contains(
         QRegularExpression(u"\\n17[0-9] calls in [0-9.]+ s, [0-9]+ calls/s, peak memory [0-9.]+ MB\\n$"_s)));
     QVERIFY(day.out.contains(u"67 wheelVmGroup -> {\"found\":true,\"uuid\":\"debian-7-i386\"}\n"_s));
+}
+
+/// Each feed on the page of decisions answers what stands there after "# ".
+void tst_Replay::documentedScenes()
+{
+    QFile page(QStringLiteral(DOCS_DIR "/decisions.md"));
+    QVERIFY(page.open(QIODevice::ReadOnly));
+    const QStringList parts = QString::fromUtf8(page.readAll()).split(u"```\n"_s);
+    QCOMPARE(parts.size(), 7);
+    for (int scene = 1; scene < parts.size(); scene += 2) {
+        QString answers;
+        const QStringList lines = parts[scene].split(u'\n');
+        for (int i = 1; i < lines.size(); ++i) {
+            if (lines[i].startsWith(u"# "_s))
+                answers +=
+                    QStringLiteral("%1 %2 -> %3\n").arg(i).arg(lines[i - 1].section(u'"', 1, 1), lines[i].mid(2));
+        }
+        QCOMPARE(replay({u"--no-tree"_s, u"-"_s}, parts[scene].toUtf8()).out, answers);
+    }
 }
 
 void tst_Replay::anyText()
