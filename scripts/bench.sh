@@ -30,7 +30,7 @@ for round in 1 2; do
     echo "round $round of 2" >&2
     for workload in "${workloads[@]}"; do
         if [[ $workload =~ ^(feed|clear|remove) ]]; then
-            for _ in 1 2 3; do
+            for _ in 1 2 3 4 5; do
                 printf '%s\n' "${tests[@]}" | grep -F "$workload|" | sed 's/[+|]/[&]/g' | shuf | while read -r test; do
                     run "^$test\$" 1 0.0001
                 done
