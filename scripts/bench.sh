@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 
 # Sets up, builds and runs the benchmarks: scripts/bench.sh. Prints one table of medians as ratios, library /
-# competitor, and draws it: build/bench/benchmarks.svg. About five minutes.
+# competitor, and draws it: build/bench/benchmarks.svg. About seven minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh cmake g++ ninja-build qtbase5-dev libbenchmark-dev libsqlite3-dev
