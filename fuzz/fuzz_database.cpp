@@ -3,17 +3,14 @@
 
 // Calls every operation of VmDatabase as the bytes of an input say: which one, and with what arguments.
 
+#include "fuzztarget.h"
+
 #include <vmdatabase/vmdatabase.h>
 
-#include <QtCore/QCoreApplication>
-
-#include <cstdio>
 #include <fuzzer/FuzzedDataProvider.h>
 #include <tuple>
 
 using Input = FuzzedDataProvider;
-static long calls = 0;
-
 template <typename Value>
 static Value take(Input &in)
 {
@@ -56,14 +53,6 @@ static constexpr void (*operations[])(VmDatabase &, Input &) = {
     CALL(dealVmGroupPool), CALL(getAppNames), CALL(getRemoteAppId), CALL(getRemoteAppValue), CALL(deleteRemoteApp),
     CALL(getRemoteAppControlPolicy), CALL(setRemoteAppControlPolicy), CALL(clearRemoteAppList), CALL(setRemoteAppEnd),
     CALL(getSaasAppId), CALL(getSaasAppValue), CALL(getAppsInfo), CALL(getAppsIdList), CALL(buildKeyName)};
-
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
-{
-    static QCoreApplication app(*argc, *argv);
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
-    std::atexit([] { std::fprintf(stderr, "%ld calls\n", calls); });
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

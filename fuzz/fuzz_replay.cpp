@@ -4,15 +4,10 @@
 // Plays an input as a feed, line by line, as the replay program does, and draws what is stored in the end.
 
 #include "feedplayer.h"
+#include "fuzztarget.h"
 #include "tree.h"
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QJsonDocument>
-
-#include <cstdio>
-#include <cstdlib>
-
-static long calls = 0;
 
 static void require(bool right, const char *what)
 {
@@ -20,14 +15,6 @@ static void require(bool right, const char *what)
         return;
     std::fprintf(stderr, "%s\n", what);
     std::abort();
-}
-
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
-{
-    static QCoreApplication app(*argc, *argv);
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
-    std::atexit([] { std::fprintf(stderr, "%ld calls\n", calls); });
-    return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
