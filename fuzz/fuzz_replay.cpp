@@ -3,9 +3,9 @@
 
 // Plays an input as a feed, line by line, as the replay program does, and draws what is stored in the end.
 
-#include "feedplayer.h"
+#include "feed/feedplayer.h"
 #include "fuzztarget.h"
-#include "tree.h"
+#include "replay/tree.h"
 
 #include <QtCore/QJsonDocument>
 

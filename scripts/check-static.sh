@@ -27,7 +27,7 @@ clazy_checks=(
     unneeded-cast
     use-arrow-operator-instead-of-data
 )
-folders='(include/vmdatabase|src|examples|benchmarks)'
+folders='(include/vmdatabase|src|tools|examples|benchmarks)'
 
 preset=${1:-dev}
 cmake --preset "$preset" >/dev/null

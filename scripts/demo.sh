@@ -14,7 +14,7 @@ mkdir -p build
     exit 1
 }
 
-replay=build/release/examples/vmdatabase-replay
+replay=build/release/tools/replay/vmdatabase-replay
 echo "== examples/feeds/pool-server.jsonl: line, operation, answer; then what a user is shown in the end"
 "$replay" --stats examples/feeds/pool-server.jsonl
 echo

@@ -80,7 +80,7 @@ def main():
     with tempfile.TemporaryDirectory() as directory:
         copy = pathlib.Path(directory) / "tree"
         shutil.copytree(root, copy, ignore=shutil.ignore_patterns("build", ".git"))
-        subprocess.run(["cmake", "--preset", "tsan", "-DVMDATABASE_BUILD_EXAMPLES=OFF"], cwd=copy, check=True,
+        subprocess.run(["cmake", "--preset", "tsan", "-DVMDATABASE_BUILD_EXAMPLES=OFF", "-DVMDATABASE_BUILD_TOOLS=OFF"], cwd=copy, check=True,
                        stdout=subprocess.DEVNULL)
         build(copy)
         outcome = run(copy)

@@ -49,5 +49,5 @@ END
 cmake --preset arm64
 cmake --build --preset arm64
 ctest --preset arm64
-qemu-aarch64-static -L build/arm64-sysroot build/arm64/examples/vmdatabase-replay examples/feeds/pool-server.jsonl
+qemu-aarch64-static -L build/arm64-sysroot build/arm64/tools/replay/vmdatabase-replay examples/feeds/pool-server.jsonl
 file --dereference build/arm64/src/libvmdatabase.so.1

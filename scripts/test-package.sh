@@ -57,7 +57,7 @@ page=$(dpkg-deb --fsys-tarfile "${files[2]}" | tar --extract --to-stdout ./usr/s
 for option in $(vmdatabase-replay --help | grep -oE -- '--[a-z-]+' | sort -u); do
     name=${option#--}
     grep -qF -- "\\-${name//-/\\-}" <<<"$page" || {
-        echo "Packages: the man page does not tell $option: examples/replay/vmdatabase-replay.1" >&2
+        echo "Packages: the man page does not tell $option: tools/replay/vmdatabase-replay.1" >&2
         exit 1
     }
 done

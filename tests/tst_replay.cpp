@@ -3,7 +3,7 @@
 
 #include "testsupport.h"
 
-#include "feedplayer.h"
+#include "feed/feedplayer.h"
 
 #include <QtCore/QProcess>
 

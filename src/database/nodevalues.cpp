@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include "vmdatabase/private/vmdatabase_p.h"
-#include "vmdatabase/vmdatabase.h"
 
 #include "log_p.h"
 #include "text_p.h"
@@ -57,23 +56,6 @@ QString VmDatabasePrivate::getPoolNodeValue(const QString &uuid, int key)
         return emptyText();
     }
     return pool->getValue(key);
-}
-
-void VmDatabase::setNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key,
-                              const QString &value)
-{
-    if (!d)
-        return;
-    if (type == VdiVM::UnknownNode) {
-        Log::critical("setNodeValue") << "type is invalid, do nothing. 4";
-        return;
-    }
-    if ((type == VdiVM::PoolNode && parentUuid.isEmpty()) || (type == VdiVM::ItemNode && uuid.isEmpty())) {
-        Log::critical("setNodeValue") << "error: parent uuid is empty(pool) or uuid is empty(item), uuid = " << uuid
-                                      << ", parent uuid = " << parentUuid << ", type = " << int(type);
-        return;
-    }
-    d->setNodeValue(parentUuid, uuid, type, key, value);
 }
 
 void VmDatabasePrivate::setNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key,

@@ -2,21 +2,14 @@
 // SPDX-License-Identifier: MIT
 
 #include "vmdatabase/private/vmdatabase_p.h"
-#include "vmdatabase/vmdatabase.h"
 
+#include "database/nocontrolpolicy_p.h"
 #include "log_p.h"
 #include "records/vmindex_p.h"
 #include "text_p.h"
 #include "vmdatabase/remoteapp.h"
 
 #include <utility>
-
-// Stands in for the control policy of every application that has no record.
-static const QJsonObject &noControlPolicy()
-{
-    static const QJsonObject policy;
-    return policy;
-}
 
 int VmDatabasePrivate::getAppCount()
 {
@@ -107,22 +100,4 @@ void VmDatabasePrivate::clearRemoteAppList()
             app->deleteLater();
     }
     VmIndex::clear(remoteApps, remoteAppsById);
-}
-
-const QJsonObject &VmDatabase::getRemoteAppControlPolicy(QString appId)
-{
-    return d ? d->getRemoteAppControlPolicy(std::move(appId)) : noControlPolicy();
-}
-
-void VmDatabase::clearRemoteAppList()
-{
-    if (!d)
-        return;
-    d->clearRemoteAppList();
-    Q_EMIT remoteAppsUpdated();
-}
-
-void VmDatabase::setRemoteAppEnd()
-{
-    Q_EMIT remoteAppsUpdated();
 }

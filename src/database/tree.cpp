@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include "vmdatabase/private/vmdatabase_p.h"
-#include "vmdatabase/vmdatabase.h"
 
 #include "log_p.h"
 #include "records/recordaccess_p.h"
@@ -191,10 +190,4 @@ void VmDatabasePrivate::removeChildrenByParentUuid(const QString &parentUuid)
         return;
     }
     it.value()->clearVmItem();
-}
-
-void VmDatabase::removeFamilyByParentUuid(const QString &parentUuid)
-{
-    removeChildrenByParentUuid(parentUuid);
-    removeNode(parentUuid);
 }

@@ -3,6 +3,7 @@
 
 #include "vmdatabase/vmdatabase.h"
 
+#include "database/nocontrolpolicy_p.h"
 #include "log_p.h"
 #include "text_p.h"
 #include "vmdatabase/private/vmdatabase_p.h"
@@ -45,6 +46,23 @@ QString VmDatabase::getNodeValue(const QString &parentUuid, const QString &uuid,
 QString VmDatabase::getPoolNodeValue(const QString &uuid, int key)
 {
     return d ? d->getPoolNodeValue(uuid, key) : emptyText();
+}
+
+void VmDatabase::setNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key,
+                              const QString &value)
+{
+    if (!d)
+        return;
+    if (type == VdiVM::UnknownNode) {
+        Log::critical("setNodeValue") << "type is invalid, do nothing. 4";
+        return;
+    }
+    if ((type == VdiVM::PoolNode && parentUuid.isEmpty()) || (type == VdiVM::ItemNode && uuid.isEmpty())) {
+        Log::critical("setNodeValue") << "error: parent uuid is empty(pool) or uuid is empty(item), uuid = " << uuid
+                                      << ", parent uuid = " << parentUuid << ", type = " << int(type);
+        return;
+    }
+    d->setNodeValue(parentUuid, uuid, type, key, value);
 }
 
 void VmDatabase::setPoolNodeValue(const QString &uuid, int key, const QString &value)
@@ -140,6 +158,12 @@ void VmDatabase::removeChildrenByParentUuid(const QString &parentUuid)
         d->removeChildrenByParentUuid(parentUuid);
 }
 
+void VmDatabase::removeFamilyByParentUuid(const QString &parentUuid)
+{
+    removeChildrenByParentUuid(parentUuid);
+    removeNode(parentUuid);
+}
+
 int VmDatabase::getAppCount()
 {
     return d->getAppCount(); // unguarded, and meant: see the header
@@ -172,10 +196,28 @@ void VmDatabase::deleteRemoteApp(QString appId)
         d->deleteRemoteApp(std::move(appId));
 }
 
+const QJsonObject &VmDatabase::getRemoteAppControlPolicy(QString appId)
+{
+    return d ? d->getRemoteAppControlPolicy(std::move(appId)) : noControlPolicy();
+}
+
 void VmDatabase::setRemoteAppControlPolicy(QString appId, const QJsonObject &policy)
 {
     if (d)
         d->setRemoteAppControlPolicy(std::move(appId), policy);
+}
+
+void VmDatabase::clearRemoteAppList()
+{
+    if (!d)
+        return;
+    d->clearRemoteAppList();
+    Q_EMIT remoteAppsUpdated();
+}
+
+void VmDatabase::setRemoteAppEnd()
+{
+    Q_EMIT remoteAppsUpdated();
 }
 
 int VmDatabase::getSaasAppCount()

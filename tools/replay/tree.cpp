@@ -3,7 +3,7 @@
 
 #include "tree.h"
 
-#include "feedplayer.h"
+#include "feed/feedplayer.h"
 
 #include <vmdatabase/vmdatabase.h>
 

@@ -3,7 +3,7 @@
 
 // Plays recorded feeds through the library and prints what it answers and what a user would be shown.
 
-#include "feedplayer.h"
+#include "feed/feedplayer.h"
 #include "tree.h"
 
 #include <QtCore/QCommandLineParser>
