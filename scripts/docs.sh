@@ -3,17 +3,35 @@
 # SPDX-License-Identifier: MIT
 
 # Builds the reference of the public headers and the pages of docs/ as HTML: build/docs/html/index.html. Fails on any
-# warning, so also where a public operation is not explained.
+# warning, so also where a public operation is not explained, and where a drawing in docs/ is older than its source.
+# With --update it only draws them anew.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh doxygen fonts-dejavu-core graphviz
 
-rm -rf build/docs
-mkdir -p build/docs/images
-for drawing in docs/*.dot; do
-    dot -Tsvg "$drawing" -o "build/docs/images/$(basename "$drawing" .dot).svg"
+# Each drawing names the hash of its source: another version of graphviz draws the same source a little differently.
+digest() { sha256sum <"$1" | cut -d ' ' -f 1; }
+
+if [ "${1:-}" = --update ]; then
+    scripts/install-packages.sh fonts-dejavu-core graphviz
+    for source in docs/*.dot; do
+        dot -Tsvg "$source" | sed "1a\\
+<!-- SPDX-FileCopyrightText: 2026 The vmdatabase authors -->\\
+<!-- SPDX-License-Identifier: MIT -->\\
+<!-- Drawn by scripts/docs.sh from $(basename "$source"), sha256 $(digest "$source") -->" >"${source%.dot}.svg"
+    done
+    exit 0
+fi
+
+for source in docs/*.dot; do
+    if ! grep --quiet --no-messages "sha256 $(digest "$source") " "${source%.dot}.svg"; then
+        echo "${source%.dot}.svg is not drawn from $source as it is now: run scripts/docs.sh --update." >&2
+        exit 1
+    fi
 done
 
+scripts/install-packages.sh doxygen
+rm -rf build/docs
+mkdir -p build/docs
 VMDATABASE_VERSION=$(sed -n 's/^project(VmDatabase VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 export VMDATABASE_VERSION
 doxygen docs/Doxyfile
