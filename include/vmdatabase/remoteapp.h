@@ -11,11 +11,11 @@
 #include <QtCore/QReadWriteLock>
 #include <QtCore/QString>
 
-/// The record of one application, remote or SaaS: texts by integer key and a control policy that the library keeps
-/// without looking into it. Every `int` is a key, negative ones included; see VdiVM::AppKey. No operation logs.
+/// The record of one application, remote or SaaS: texts by integer key and a control policy that the library does not
+/// interpret. Every `int` is a key, negative ones included; see VdiVM::AppKey. No operation logs.
 ///
-/// The values are thread-safe: getValue() and setValue() take the record's own lock, and an answer may be stale at
-/// once. The control policy is guarded by no lock: see its operations.
+/// The values are thread-safe: getValue() and setValue() take the record's own lock, and an answer can be stale at
+/// once. The control policy has no lock: see its operations.
 class VMDATABASE_EXPORT RemoteApp : public QObject
 {
     Q_OBJECT
@@ -33,16 +33,16 @@ public:
     /// The text stored under \a key; an empty, not null text if there is none (VmNode answers a null one).
     QString getValue(int key);
 
-    /// Stores \a value under \a key in place of what was there. An empty text is ignored: what was once stored can be
+    /// Stores \a value under \a key in place of what was there. An empty text is ignored: a stored value can be
     /// replaced, but neither emptied nor removed.
     void setValue(int key, const QString &value);
 
-    /// Replaces the whole control policy. Takes no lock: meanwhile nobody may read it, through a reference either, or
+    /// Replaces the whole control policy. No lock: no other thread may read it meanwhile, also through a reference, or
     /// replace it.
     void setControlPolicy(const QJsonObject &policy);
 
-    /// The control policy itself, not a copy: a later setControlPolicy() changes what the reference shows, and it ends
-    /// with the record. Takes no lock: meanwhile nobody may call setControlPolicy().
+    /// The control policy itself, not a copy: the reference shows what a later setControlPolicy() stores, and ends with
+    /// the record. No lock: no other thread may call setControlPolicy() while the reference is read.
     const QJsonObject &getControlPolicy() const;
 
 private:

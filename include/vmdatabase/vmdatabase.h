@@ -14,32 +14,26 @@
 
 class VmDatabasePrivate;
 
-/// What a virtual-desktop client has learnt from its servers: pools of virtual machines, the machines (items) in them,
-/// their policies, remote and SaaS applications. Everything is text by integer key, lives in memory and ends with the
-/// database. The client feeds it value by value, reads it back, and asks which pools to show and which to try next.
+/// What a virtual-desktop client knows of its servers: pools of virtual machines, the machines (items) in them, their
+/// policies, remote and SaaS applications. Values are texts by integer key. All ends with the database.
 ///
-/// **Threads.** Any thread may call any operation at any time, with these exceptions:
-/// - Each table (pools, remote applications, SaaS applications) has a read/write lock, and so has each record. What
-///   reads a table locks it for reading, what adds or removes locks it for writing. An operation whose doc says "no
-///   lock" must not run while another thread adds to or removes from that table.
-/// - A pool's items have no lock, whatever is locked besides: while one is added or removed, no other thread may look
-///   up, list, count, dump, remove or decide upon the items of that pool. A removed item must not be in use.
-/// - A removed pool must not be in use when it is deleted: see removeNode().
-/// - First mentions of one pool are the caller's to serialise: of two at once, one may write to a pool that is lost.
-/// - clear() and destruction are the caller's to keep apart from everything else.
+/// **Threads.** Values of pools and machines that exist may be read and written from any thread. Listing, deciding,
+/// adding and removing must not run beside changes: while one thread adds or removes a pool, a machine or an
+/// application, no other thread may call. Reading a pool that does not exist adds it.
 ///
-/// Every answer can be stale at once: another thread may have changed what it tells.
-///
-/// **Answers.** Uuids and ids are compared exactly, and null equals empty; lists and positions follow ascending QString
-/// order. A pool, item or policy without a value under the key asked for answers a null text. Every other text that has
-/// nothing to tell is "an empty text": empty, not null.
-///
-/// **Closed.** After clear() the database is closed for good: what works on a table does nothing, silently, and answers
-/// an empty text, list, map or object, 0 or false. getAppCount(), getSaasAppCount() and clearSaasAppList() are
-/// excepted: they must not be called then. setRemoteAppEnd() and buildKeyName() need no table and work as before.
-///
-/// **Logging** goes through Qt's message handler, category "default"; what is not said to log is silent. A handler must
-/// not use what its line's doc says is locked.
+/// docs/threads.md has three recipes, and for each operation what may run beside it. Any answer can be stale at once.
+/// "Locked" and "no lock" are said of a table; each value is read and written under the lock of its record.
+/// - **Answers**: uuids and ids are compared exactly, null equals empty. Lists and positions are in ascending QString
+///   order. A value that a pool, item or policy does not have is a null text; any other empty text is not null.
+/// - **Closed** by clear(), operations do nothing, log nothing and answer an empty text, list, map or object, 0 or
+///   false. Compatibility: getAppCount(), getSaasAppCount() and clearSaasAppList() must not be called then;
+///   setRemoteAppEnd() and buildKeyName() work.
+/// - **Items** of a pool have no lock: while a call uses some, no other thread may add items there or remove any. A
+///   value or a policy of an item uses items of its pool.
+/// - **Log lines** go through Qt's message handler, on the calling thread, in category "default". What is *reported* is
+///   critical, what is *logged* at info level. After a *located* report a second one has its signature and source line.
+/// - **Deleted later** means by the event loop of the thread that created the record, or when that thread ends; never
+///   if it had already ended, or if it is the main thread and runs no event loop.
 class VMDATABASE_EXPORT VmDatabase : public QObject
 {
     Q_OBJECT
@@ -49,248 +43,239 @@ public:
     /// An empty, open database.
     explicit VmDatabase(QObject *parent = nullptr);
 
-    /// Releases what clear() does; logs "Yes, free db now!!" at info level, closed before or not.
+    /// Releases what clear() releases, then logs "Yes, free db now!!", also after clear().
     ~VmDatabase() override;
 
-    /// Closes the database, logging "clear and free private db now!!" at info level; a second call does neither. Pools
-    /// are deleted by the event loop of the thread that made them, never if it runs none; SaaS applications at once;
-    /// remote ones that clearRemoteAppList() has not freed before stay allocated.
+    /// Closes the database and logs "clear and free private db now!!"; a second call does nothing. Pools are deleted
+    /// later, SaaS applications at once. Remote applications are not deleted: call clearRemoteAppList() before. No
+    /// other thread may call meanwhile, nor beside the destructor.
     void clear();
 
-    /// Logs every pool and its items at info level, as VmNode::printContent() does; nothing if there are none. No lock.
+    /// Logs every pool and its items as VmNode::printContent() does. No lock.
     void printDatabase();
 
-    /// \name Values of pools and items
-    /// A pool is addressed by its own uuid, an item by its pool's and its own. Where a \a type is asked for,
-    /// VdiVM::ItemNode means an item and everything else the pool \a parentUuid, and \a uuid is not looked at. A pool
-    /// is made when it is first looked up, also by a reading call; an empty pool uuid that gets that far is logged,
-    /// "parent uuid is empty!!", besides the reports below. All reports are critical; "located" ones are followed by a
-    /// second line with signature and source line. The pool table is locked for the lookup, the record for its value,
-    /// nothing between.
+    /// \name Values of pools and items, policies of items
+    /// A pool is named by its uuid, an item by that of its pool and its own. Unless \a type is VdiVM::ItemNode,
+    /// \a parentUuid names a pool and \a uuid is ignored. The table is locked for the lookup only. An unknown pool is
+    /// created, by reading calls too: a removed one comes back, without a name. An empty pool uuid that is looked up is
+    /// reported first: "parent uuid is empty!!". *Race*: another thread removed the pool that the call has just
+    /// created. Nothing is stored then, the answer is an empty text, and it is reported as said.
     /// @{
 
-    /// The value under \a key; an empty text for an unknown item and for an empty \a parentUuid, of which that of an
-    /// item is reported: "parent uuid is empty, but the node is vm item node, ...", located.
+    /// The value; an empty text for an unknown item and for an empty \a parentUuid. Reported:
+    /// - an item's \a parentUuid is empty: "parent uuid is empty, but the node is vm item node, ...", located;
+    /// - race: "2 cannot find parent vm pool node, ...", located, for an item; "3 cannot find ..." for a pool.
     QString getNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key);
 
-    /// The value under \a key; a null text if there is none, an empty one for an empty \a uuid.
+    /// The value; an empty text for an empty \a uuid. Race: "cannot find vm pool node, uuid = ...".
     QString getPoolNodeValue(const QString &uuid, int key);
 
-    /// Stores \a value. An item is made on first mention, its uuid under VdiVM::UuidKey; if that is the \a key written,
-    /// \a value is dropped. Later it is a key like any other, and the item stays filed under the old uuid. Reported,
-    /// and nothing stored: VdiVM::UnknownNode ("type is invalid, ..."); an empty uuid of a VdiVM::PoolNode or ItemNode
-    /// ("error: ..."); any other empty \a parentUuid ("cannot find vm pool node, ..."); what is filed under \a uuid but
-    /// is no item ("node type is error.", located).
+    /// Stores \a value. An unknown item is created with its uuid under VdiVM::UuidKey; a \a value for that key is then
+    /// ignored. Refused and reported:
+    /// - VdiVM::UnknownNode: "type is invalid, do nothing. 4";
+    /// - VdiVM::PoolNode and an empty \a parentUuid, VdiVM::ItemNode and an empty \a uuid: "error: ...";
+    /// - any other empty \a parentUuid, and race: "cannot find vm pool node, parent uuid = ...";
+    /// - what has that \a uuid in the pool is no item: "node type is error.", located.
     void setNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key,
                       const QString &value);
 
-    /// Stores \a value. An empty \a uuid stores nothing: "cannot find vm pool node, ...".
+    /// Stores \a value. Refused and reported: an empty \a uuid, and race: "cannot find vm pool node, ...".
     void setPoolNodeValue(const QString &uuid, int key, const QString &value);
 
-    /// Stores an empty, not null text. Makes no item: an unknown one is reported, "4 cannot find ...", and so is an
-    /// empty \a parentUuid, "5 ..." for an item and "6 ..." with \a uuid for a pool; all located.
+    /// Stores an empty, not null text. Creates no item. Refused and reported, located:
+    /// - an unknown item: "4 cannot find vm item node, ...";
+    /// - an empty \a parentUuid, and race: "5 cannot find parent ..." for an item, "6 cannot find ..." for a pool.
     void resetNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key);
 
-    /// @}
-    /// \name Policy values of items
-    /// Addressed by pool uuid, item uuid, policy type and key. Pools, locks and reports as above; all are located but
-    /// one.
-    /// @{
-
-    /// The value under \a key; an empty text if a uuid is empty (silent), the item unknown ("7 cannot find ...") or the
-    /// \a type one without record ("there is no policy type: ...").
+    /// The value; an empty text if a uuid is empty (silent) and for what is reported, located:
+    /// - an unknown item: "7 cannot find vm item node, ...";
+    /// - a \a type that has no record: "there is no policy type: ...";
+    /// - race: "8 cannot find parent vm pool node, ...".
     QString getPolicyValue(const QString &parentUuid, const QString &uuid, const VdiVM::PolicyType &type, int key);
 
-    /// Stores \a value. An item is made on first mention, also under an empty \a uuid, and even if the \a type is one
-    /// without record, which is reported. Under an empty \a parentUuid nothing is stored, an item is leaked and
-    /// "pVmPool is null." reported, without location.
+    /// Stores \a value. An unknown item is created, also for an empty \a uuid. Refused and reported:
+    /// - a \a type that has no record: "there is no policy type: ...", located; the item is created all the same;
+    /// - an empty \a parentUuid, and race: "pVmPool is null."; compatibility: an item is leaked;
+    /// - what has that \a uuid in the pool is no item: "node type is error.", located.
     void setPolicyValue(const QString &parentUuid, const QString &uuid, const VdiVM::PolicyType &type, int key,
                         const QString &value);
 
     /// @}
     /// \name The tree
-    /// All nodes stand in one list: pool by pool, each pool's items and then the pool itself. Positions count from 0
-    /// and change with every insertion and removal. The pool table is locked for the whole call, unless said otherwise.
-    /// An empty uuid or address is like any other, unless said otherwise.
+    /// All nodes are in one list: pool by pool, the items of each and then the pool itself. Positions count from 0 and
+    /// change with every insertion and removal. Unless said otherwise the table is locked for the whole call, and an
+    /// empty uuid or address is like any other.
     /// @{
 
-    /// The number of nodes: items plus pools.
+    /// The number of nodes: items plus pools. Uses items of every pool.
     int getItemCount();
 
-    /// The number of nodes in the pools whose VdiVM::ServerIpKey is \a serverIp; 0 if there is none.
+    /// The number of nodes in the pools whose VdiVM::ServerIpKey is \a serverIp. Uses the items of these.
     int getItemCountByServerIp(const QString &serverIp);
 
-    /// The VdiVM::UuidKey of the node at position \a index; an empty text out of range, also for a negative one. It is
-    /// read after the table's lock is released: the node must not be removed meanwhile.
+    /// The VdiVM::UuidKey of the node at \a index; an empty text out of range. Uses items of every pool; the lock is
+    /// released before the node is read.
     QString getItemUuid(int index);
 
-    /// The VdiVM::VmType of the node at position \a index; 0 out of range. Read as by getItemUuid().
+    /// The VdiVM::VmType of the node at \a index; 0 out of range. Uses what getItemUuid() uses.
     int getItemType(int index);
 
-    /// VdiVM::PoolNode if a pool is filed under \a uuid, else VdiVM::ItemNode if an item is, else 0.
+    /// VdiVM::PoolNode for a pool, VdiVM::ItemNode for an item, else 0. Creates nothing. Uses items of every pool.
     int getItemTypeByUuid(const QString &uuid);
 
-    /// The VdiVM::UuidKey of the first pool with an item \a uuid, or else \a uuid itself if a pool is filed under it.
-    /// An empty text if it is unknown or empty; the latter is logged as critical, "uuid is empty, do nothing ! 3".
+    /// The VdiVM::UuidKey of the first pool that has the item \a uuid, else \a uuid itself if it is a pool, else an
+    /// empty text. Uses items of every pool. An empty \a uuid is reported: "uuid is empty, do nothing ! 3".
     QString getParentUuid(const QString &uuid);
 
     /// The VdiVM::UuidKey of the only item of the pool whose VdiVM::UuidKey is \a parentUuid; an empty text if there is
-    /// no such pool or it has no item or several. Either way logs "999 uuid = ..." at info level, with the pool table
-    /// locked: a message handler must not use pools. An empty \a parentUuid answers an empty text and logs only, as
-    /// critical, "parentUuid is empty, ...".
+    /// no such pool or not exactly one item. Uses the items of that pool. Logs "999 uuid = ..." with the table locked:
+    /// a message handler must not use pools. An empty \a parentUuid is only reported: "parentUuid is empty, ...".
     QString getUuidByParentUuid(const QString &parentUuid);
 
-    /// The VdiVM::ResourceNameKey of pool \a parentUuid. Makes pools, locks and logs an empty uuid as the values above
-    /// do, and answers it with an empty text.
+    /// The VdiVM::ResourceNameKey of the pool; created and locked as for its values. An empty text for an empty uuid,
+    /// reported: "parent uuid is empty!!"; silently in a race.
     QString getResourceNameByParentUuid(const QString &parentUuid);
 
-    /// The VdiVM::UuidKey of each item of the pool filed under \a parentUuid. An unknown pool is not made: an empty
-    /// list, and critical "1 cannot find vm item node, uuid = ...". No lock.
+    /// The VdiVM::UuidKey of each item of the pool. Creates no pool: for an unknown one an empty list, reported: "1
+    /// cannot find vm item node, ...". No lock. Uses the items of that pool.
     QList<QString> getChildrenByParentUuid(const QString &parentUuid);
 
-    /// The uuids under which the pools are filed; despite its own name, no names. No lock.
+    /// The uuids of all pools. Compatibility: no names. No lock.
     QList<QString> getVmPoolNameList();
 
-    /// Removes the first node that matches: in each pool first the pool, by its VdiVM::UuidKey, then the item filed
-    /// under \a uuid. A pool leaves the table at once and is deleted, items and all, by the event loop of the thread
-    /// that made it; pointers to it stay usable until then. An item is deleted at once, under the write lock: what is
-    /// connected to its destroyed() must not use pools. An unknown uuid changes nothing.
+    /// Removes the first match, if any, pool by pool: the pool if its VdiVM::UuidKey is \a uuid, else its item \a uuid.
+    /// A pool is deleted later, items and all; an item at once, with the table locked: what is connected to its
+    /// destroyed() must not use pools. Uses items of every pool up to the match.
     void removeNode(const QString &uuid);
 
-    /// Removes every pool whose VdiVM::ServerIpKey is \a serverIp, as removeNode() does; empty means those without one.
+    /// Removes each pool whose VdiVM::ServerIpKey is \a serverIp, as removeNode() does; if it is empty, those without.
     void removeNodesByServerIp(const QString &serverIp);
 
-    /// Deletes all items of the pool filed under \a parentUuid at once; the pool stays. An unknown pool is logged as
-    /// critical, "1 cannot find vm item node, uuid = ...". No lock.
+    /// Deletes all items of the pool at once; the pool stays. An unknown pool is reported: "1 cannot find vm item node,
+    /// ...". No lock. Uses the items of that pool.
     void removeChildrenByParentUuid(const QString &parentUuid);
 
-    /// removeChildrenByParentUuid() and then removeNode(), whatever came of the first, with no lock between: if an
-    /// earlier pool has an item of that uuid, it is that item that goes.
+    /// removeChildrenByParentUuid(), then removeNode() in any case, each with its lock and its log line.
     void removeFamilyByParentUuid(const QString &parentUuid);
 
     /// @}
     /// \name Decisions
-    /// A pool's group is its VdiVM::GroupKey. Its lead pool is the first one by these rules, texts read as unsigned
-    /// decimal numbers and 0 if they are none: VdiVM::FailedToConnectKey 0 before any other; then VdiVM::PreferredKey
-    /// not 0 before 0; then the higher VdiVM::PriorityKey. Pools equal in all three have no defined order, nor have two
-    /// whose failure or preference flags differ without one being 0. A decision is written to VdiVM::HiddenKey, "1"
-    /// hidden or "0" shown; two at once may mix. Pools must not be removed meanwhile. Everything logged is at info
-    /// level.
+    /// Nothing is decided until one of these is called, and no signal says that a pool has changed. A decision is
+    /// written to VdiVM::HiddenKey: "1" hidden, "0" shown. Read it after the call has returned: all of a group is
+    /// hidden before its lead is shown. Two decisions at once may mix. Pools must not be removed meanwhile. A client
+    /// clears a failure by writing "0" to VdiVM::FailedToConnectKey. docs/decisions.md has examples.
     ///
-    /// Sorting a group of pools that all failed with different flags takes quadratic time and a stack that grows with the
-    /// group: for 10,000 of them 1 MB on 64-bit ARM and 512 KB on x86-64, twice that in a debug build.
+    /// The *lead* of a group (VdiVM::GroupKey) is its first pool. Values are read as unsigned decimal numbers, 0 if
+    /// they are none. Pools whose VdiVM::FailedToConnectKey is 0 go first; then those whose VdiVM::PreferredKey is not
+    /// 0; then the higher VdiVM::PriorityKey; the order of equal ones is undefined. As soon as a group holds two
+    /// different non-zero failure flags, or two different non-zero preference flags, priorities decide nothing for
+    /// certain; pools with failure flag 0 still go before all others.
     /// @{
 
-    /// Turns the wheel of \a group: shows its lead pool and hides the others. If the lead has not failed to connect,
-    /// answers true and its VdiVM::UuidKey in \a uuid; otherwise false, with \a uuid left alone. An empty \a group
-    /// means the pools without one; a group without pools answers false. The pool table is locked while the group is
-    /// gathered. Logs "xx wheelVmGroup keyUuid: ..." for each pool and "wheelVmGroup select keyUuid: ..." for the
-    /// choice.
+    /// Shows the lead of \a group and hides its other pools. True, and the VdiVM::UuidKey of the lead in \a uuid, if
+    /// the failure flag of some pool read 0 while the marks were written; else false, and \a uuid is unchanged. An
+    /// empty \a group holds the pools without one: all but one of them are hidden. The table is locked while the group
+    /// is gathered. Logs "xx wheelVmGroup ..." for each pool, "wheelVmGroup select ..." for a choice.
     bool wheelVmGroup(QString group, QString &uuid);
 
-    /// Decides for every pool. One with an active item is no longer marked as failed. Pools of VdiVM::PoolTypeKey 1, 3
-    /// and 7 are shown while they hold no item; others with a group are hidden; the rest is shown if
-    /// VdiVM::AllowMultiDynamicKey (signed) is not 0 or while it holds no item. Then dealVmGroupPool(). Logs "poolNode,
-    /// SET HIDE ..." and "pool allowMultiDynamicDesktop, DO SHOW ..." with name and priority. No lock while the pools
-    /// are listed.
+    /// Decides for every pool: clears its failure flag ("0") if it has an active item; then
+    /// - VdiVM::PoolTypeKey 1, 3 or 7: shown while it holds no item;
+    /// - else with a group: hidden, and logs "poolNode, SET HIDE ...";
+    /// - else VdiVM::AllowMultiDynamicKey (signed) not 0: shown, and logs "pool allowMultiDynamicDesktop, DO SHOW ...";
+    /// - else: shown while it holds no item.
+    /// Then dealVmGroupPool(). No lock while pools are listed. Uses items of every pool.
     void dealVmPools();
 
-    /// Decides for every pool that has a group: the lead pool is shown if some pool of the group has both
-    /// VdiVM::AllowMultiDynamicKey and VdiVM::PreferredKey not 0, or if none holds an item; everything else is hidden.
-    /// The pool table is locked while the groups are gathered. Logs "poolNode, SET HIDE ..." for each pool and "GROUP
-    /// allowMultiDynamicDesktop, DO SHOW ..." or "GROUP do not have Item, DO SHOW ..." for the lead.
+    /// Hides every pool that has a group, logs "poolNode, SET HIDE ..." for each, and then shows the lead of a group
+    /// - if one of its pools has VdiVM::AllowMultiDynamicKey (signed) and VdiVM::PreferredKey not 0: logs "GROUP
+    ///   allowMultiDynamicDesktop, DO SHOW ...";
+    /// - else if none of its pools holds an item: logs "GROUP do not have Item, DO SHOW ...".
+    /// The table is locked while groups are gathered. Uses items of every pool that has a group.
     void dealVmGroupPool();
 
     /// @}
     /// \name Remote applications
-    /// Records by id. The id is stored under VdiVM::AppIdKey; an empty value is ignored, see RemoteApp::setValue(). The
-    /// table is locked for the whole call, unless a doc says "no lock". deleteRemoteApp() and the two control-policy
-    /// operations may change the table although they do not lock it: no other thread may use remote applications
-    /// meanwhile. The latter list an id that they do not know, without a record: it is counted, listed and removed like
-    /// any other, unknown to value reads, and gets a record with its first value.
+    /// Records by id, which is stored under VdiVM::AppIdKey; an empty value is ignored. Unless said otherwise the table
+    /// is locked for the whole call. deleteRemoteApp() and the two control-policy operations change it without a lock:
+    /// no other thread may use remote applications meanwhile. The latter list an unknown id without a record: it is
+    /// counted, listed and removed like any other, unknown to value reads, and gets a record with its first value.
     /// @{
 
-    /// The number of ids. Must not be called on a closed database.
+    /// The number of ids. Not on a closed database.
     int getAppCount();
 
     /// All ids. No lock.
     QList<QString> getAppNames();
 
-    /// The id at position \a index; an empty text out of range, also for a negative one.
+    /// The id at \a index; an empty text out of range.
     QString getRemoteAppId(int index);
 
-    /// The value under \a key; an empty text if there is none. An id without a record answers an empty text and is
-    /// logged at info level, "Error couldn't find ...", with all ids and the table locked: a message handler must not
-    /// use remote applications.
+    /// The value; an empty text if there is none. An id without a record is logged, "Error couldn't find ...", with all
+    /// ids and the table locked: a message handler must not use remote applications.
     QString getRemoteAppValue(QString appId, int key);
 
-    /// Stores \a value, making the record first if there is none, also when \a value is empty. VdiVM::AppIdKey
-    /// overwrites the id in the record, not the one it is listed under.
+    /// Stores \a value. Creates the record of an unknown id, also for an empty \a value.
     void setRemoteAppValue(QString appId, int key, const QString &value);
 
-    /// Takes the id out. Its record, and with it the policy's reference, goes later, as a pool does. An unknown id
-    /// changes nothing. Emits nothing. No lock.
+    /// Removes the id if it is listed; its record, and with it the control policy, is deleted later. Emits nothing. No
+    /// lock.
     void deleteRemoteApp(QString appId);
 
-    /// The control policy itself, not a copy: it shows later changes and ends with the record. For an id without a
-    /// record, which is listed from then on, the one empty object that all of them share; it is a closed database's
-    /// answer, too. No lock.
+    /// The control policy itself, not a copy: it shows later changes and ends with the record. An id without a record
+    /// answers an empty object that all of them share. No lock.
     const QJsonObject &getRemoteAppControlPolicy(QString appId);
 
-    /// Replaces the control policy. An id without a record is listed from then on, and the policy dropped. No lock.
+    /// Replaces the control policy; drops it for an id without a record. No lock.
     void setRemoteAppControlPolicy(QString appId, const QJsonObject &policy);
 
-    /// Takes all ids out, their records as by deleteRemoteApp(). Then emits remoteAppsUpdated(), unless closed.
+    /// Removes all ids as deleteRemoteApp() does, but with the table locked; then emits remoteAppsUpdated().
     void clearRemoteAppList();
 
-    /// Emits remoteAppsUpdated(), closed or not: for the end of a batch of changes. Takes no lock and needs none.
+    /// Emits remoteAppsUpdated(), for the end of a batch of changes. Needs no lock.
     void setRemoteAppEnd();
 
     /// @}
     /// \name SaaS applications
-    /// Records by id; an empty value is ignored, see RemoteApp::setValue(). Unlike remote ones they do not store their
-    /// id, cannot be removed singly, have neither control policy nor signal, log nothing, and are deleted at once, by
-    /// whoever drops the last reference. The table is locked for the whole call, unless a doc says "no lock".
+    /// Records by id; an empty value is ignored. Unlike remote ones they do not store their id, have no control policy
+    /// and no signal, and log nothing. Unless said otherwise the table is locked for the whole call.
     /// @{
 
-    /// The number of ids. Must not be called on a closed database.
+    /// The number of ids. Not on a closed database.
     int getSaasAppCount();
 
-    /// The id at position \a index; an empty text out of range, also for a negative one.
+    /// The id at \a index; an empty text out of range.
     QString getSaasAppId(int index);
 
-    /// The value under \a key; an empty text if there is none, for an unknown id as well.
+    /// The value; an empty text if there is none, for an unknown id too.
     QString getSaasAppValue(QString appId, int key);
 
-    /// Stores \a value, making the record first if there is none, also when \a value is empty.
+    /// Stores \a value. Creates the record of an unknown id, also for an empty \a value.
     void setSaasAppValue(QString appId, int key, const QString &value);
 
-    /// Removes all SaaS applications. No lock: no other thread may use them. Must not be called on a closed database.
+    /// Deletes all SaaS applications at once. No lock: no other thread may use them meanwhile. Not on a closed
+    /// database.
     void clearSaasAppList();
 
     /// @}
     /// \name Summary of the remote applications
     /// @{
 
-    /// The VdiVM::AppSummaryKey of each record mapped to its VdiVM::AppSummaryValueKey. Of several with the same key,
-    /// the empty one included, the last by id counts; ids without a record are left out. Walks a copy of the table,
-    /// without its lock: call it on the thread whose event loop deletes the records, and not while another adds or
-    /// removes any.
+    /// The VdiVM::AppSummaryKey of each record, mapped to its VdiVM::AppSummaryValueKey. Of equal keys, also empty
+    /// ones, the last by id counts. No lock: call it on the thread that creates the records, and not while another adds
+    /// or removes any.
     QMap<QString, QString> getAppsInfo();
 
-    /// All ids, like getAppNames(), from a copy of the table. No lock.
+    /// All ids, as getAppNames(). No lock.
     QList<QString> getAppsIdList();
 
-    /// "[prefix]name", or \a name alone if \a prefix is empty. Made by two substitutions into "[%1]%2", one after the
-    /// other: \a name goes wherever the lowest placeholder then stands, in \a prefix as well, so that "a%1" and "b"
-    /// give "[ab]%2".
+    /// "[prefix]name"; \a name alone if \a prefix is empty. Compatibility: \a name goes where the lowest placeholder
+    /// is, in \a prefix too: "a%1" and "b" give "[ab]%2".
     QString buildKeyName(QString prefix, QString name);
 
     /// @}
 
 Q_SIGNALS:
-    /// The client has ended a batch of changes to the remote applications, or their list was cleared. Emitted on the
-    /// calling thread, with no lock held.
+    /// A batch of changes to the remote applications has ended, or they were cleared. Emitted with no lock held.
     void remoteAppsUpdated();
 
 private:

@@ -9,26 +9,26 @@
 
 class VmPolicy;
 
-/// One virtual machine inside a pool: a node with ten policy records, made with it and owned by it.
+/// One virtual machine inside a pool: a node with ten policy records that it creates and owns.
 ///
-/// The set of records never changes between construction and destruction, so any thread may call any operation at any
-/// time; VmNode and VmPolicy each lock their own values. The caller keeps the item alive while it uses a record.
+/// Thread-safe while it exists: the set of records never changes, and VmNode and VmPolicy lock their own values. The
+/// caller keeps the item alive while it uses a record.
 class VMDATABASE_EXPORT VmItemNode : public VmNode
 {
     Q_OBJECT
     Q_DISABLE_COPY(VmItemNode)
 
 public:
-    /// An item for \a poolNode, which may be null; nothing is read from it and it does not become the QObject parent.
-    /// The item's nodeType is VdiVM::ItemNode and its only value "0" under VdiVM::ItemActiveKey: its uuid is its
-    /// creator's to write.
+    /// An item for \a poolNode, which may be null. Nothing is read from it and it does not become the QObject parent.
+    /// The item's nodeType is VdiVM::ItemNode and its only value "0" under VdiVM::ItemActiveKey. Its creator writes its
+    /// uuid.
     explicit VmItemNode(VmNode *poolNode);
 
-    /// Releases the policy records of all types but 10, whose record is meant to stay allocated.
+    /// Releases the policy records. Compatibility: that of type 10 stays allocated.
     ~VmItemNode() override;
 
     /// The record of policy \a type, the same one on every call and valid as long as the item; null for 5, for negative
-    /// numbers and for those above 10. Takes no lock and logs nothing.
+    /// numbers and for those above 10. No lock. Logs nothing.
     VmPolicy *getVmPolicy(int type);
 
 private:

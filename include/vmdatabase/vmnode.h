@@ -14,8 +14,8 @@
 
 /// The record of one node, a pool or an item: texts by integer key. Every `int` is a key; see VdiVM::NodeKey.
 ///
-/// Thread-safe: any thread may call any operation at any time. Each takes the record's own lock for the time of the
-/// call; an answer may be stale at once. Destruction is the owner's matter: no thread may still use the node.
+/// Thread-safe while it exists. Each operation takes the record's own lock for the call; an answer can be stale at
+/// once. No thread may still use a node that its owner deletes.
 class VMDATABASE_EXPORT VmNode : public QObject
 {
     Q_OBJECT
@@ -32,7 +32,7 @@ public:
     /// Stores \a value under \a key in place of what was there. An empty text is stored like any other.
     void setValue(int key, const QString &value);
 
-    /// Stores an empty, not null text under \a key. The key stays, or is added: it is not removed.
+    /// Stores an empty, not null text under \a key. The key stays or is added, never removed.
     void resetValue(int key);
 
     /// Logs one line at info level: [ printContent ] VmNode content =  "|(pool)== Uuid: p-1; Name: Office;", in

@@ -11,8 +11,8 @@
 
 /// One policy of one item: texts by integer key. Every `int` is a key, negative ones included, and all are alike.
 ///
-/// Thread-safe: any thread may call any operation at any time. Each takes the record's own lock for the time of the
-/// call and logs nothing; an answer may be stale at once. A plain class, not a QObject, not for deriving from.
+/// Thread-safe while it exists. Each operation takes the record's own lock for the call and logs nothing; an answer can
+/// be stale at once. A plain class, not a QObject, not for deriving from.
 class VMDATABASE_EXPORT VmPolicy
 {
     Q_DISABLE_COPY(VmPolicy)

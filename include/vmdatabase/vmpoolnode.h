@@ -13,9 +13,8 @@ struct VmIndexKey;
 /// One pool of virtual machines: a node with the items it owns, by item uuid. Every list and walk is in ascending uuid
 /// order. getItemCount() and getItemList() count the pool itself as the last element; getVmItemList() does not.
 ///
-/// The values are thread-safe, see VmNode. The items are guarded by no lock: one pool's items may be changed by one
-/// thread at a time and not be read meanwhile. The operations here log nothing. A null item pointer is tolerated
-/// everywhere.
+/// The values are thread-safe, see VmNode. The items have no lock: while one thread adds or removes items of a pool, no
+/// other may call an operation on that pool's items. The operations log nothing. A null item pointer is accepted.
 class VMDATABASE_EXPORT VmPoolNode : public VmNode
 {
     Q_OBJECT
@@ -28,21 +27,22 @@ public:
     /// Deletes the items.
     ~VmPoolNode() override;
 
-    /// Files \a item under \a uuid and owns it from then on. An item filed there before is replaced but not deleted: it
-    /// is the caller's again.
+    /// Stores \a item under \a uuid and owns it from then on. Compatibility: an item that was stored there is replaced
+    /// but not deleted; the caller owns it again.
     void appendVmItem(VmNode *item, const QString &uuid);
 
-    /// The item filed under \a uuid; null if there is none.
+    /// The item \a uuid; null if there is none.
     VmNode *getVmItem(const QString &uuid);
 
-    /// Whether something is filed under \a uuid, a null pointer included.
+    /// Whether there is an entry \a uuid, a null pointer included.
     bool isExistVmItem(const QString &uuid);
 
-    /// Deletes the item filed under \a uuid at once and then takes its entry out: what is connected to its destroyed()
-    /// must not use the pool. Does nothing for an unknown uuid, nor for a null pointer, whose entry stays.
+    /// Deletes the item \a uuid at once and then removes its entry: what is connected to its destroyed() must not use
+    /// the item. Does nothing for an unknown uuid, nor for a null pointer, whose entry stays.
     void removeVmItem(const QString &uuid);
 
-    /// Deletes all items at once, in uuid order, and then takes all entries out, as removeVmItem() does.
+    /// Deletes all items at once, in uuid order, and then removes all entries: what is connected to their destroyed()
+    /// must not use the pool.
     void clearVmItem();
 
     /// The number of entries plus one, for the pool itself: 1 for an empty pool.
@@ -58,7 +58,7 @@ public:
     VmNode *getDynamicVmItem();
 
     /// Whether any item's VdiVM::ItemActiveKey reads as the number 1 ("1", "01"; not "true", not "2", not empty). Takes
-    /// each item's own lock in turn; may be stale at once.
+    /// the lock of each item in turn. Can be stale at once.
     bool haveActiveItem();
 
 private:

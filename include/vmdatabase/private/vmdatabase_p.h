@@ -32,26 +32,26 @@ public:
     /// A store with three empty tables.
     VmDatabasePrivate();
 
-    /// Empties the pools as clearVmPoolList() does and drops the SaaS applications. Remote applications that are still
-    /// listed are not deleted: that is meant.
+    /// Empties the pools as clearVmPoolList() does and deletes the SaaS applications. Compatibility: remote
+    /// applications that are still listed are not deleted.
     virtual ~VmDatabasePrivate();
 
     /// \name The frame
     /// @{
 
-    /// Takes all pools out under the write lock. Each goes, with its items, by QObject::deleteLater(): pointers to it
-    /// stay usable until the event loop of its thread runs deferred deletions; without a loop it is never freed.
+    /// Takes all pools out under the write lock. Each is deleted later, see VmDatabase, and its items with it. Pointers
+    /// to it stay usable until then.
     void clearVmPoolList();
 
-    /// Every pool in ascending uuid order. No lock: pools must not be added or removed meanwhile.
+    /// Every pool. No lock: no other thread may add or remove pools meanwhile.
     QList<VmPoolNode *> getPoolNodeList();
 
     void printDatabase();
 
-    /// The pool under \a parentUuid, made on first mention. Null for an empty uuid, which is logged as critical,
-    /// "parent uuid is empty!!", or when another thread removed it at once, which callers report like an empty one.
-    /// Locks for the lookup only. Of two first mentions at once the later pool stays and the earlier one is lost,
-    /// neither deleted nor reachable; who came first may have got the lost one.
+    /// The pool \a parentUuid, created if there is none. Null, with the report "parent uuid is empty!!", for an empty
+    /// uuid. Null, silently, if another thread removed the pool that this call has just created. Locked for the lookup
+    /// only. Compatibility: if two threads create one pool at once, the earlier object is lost, neither deleted nor
+    /// reachable; a caller may have got it.
     VmPoolNode *getVmPool(const QString &parentUuid);
 
     /// @}
@@ -61,7 +61,7 @@ public:
     QString getNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key);
     QString getPoolNodeValue(const QString &uuid, int key);
 
-    /// Checks less than the public operation: VdiVM::UnknownNode is a pool, an empty item uuid is a uuid.
+    /// Refuses less than the public operation: VdiVM::UnknownNode is a pool, an empty item uuid is a uuid.
     void setNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key,
                       const QString &value);
     void setPoolNodeValue(const QString &uuid, int key, const QString &value);
@@ -78,7 +78,8 @@ public:
     int getItemCount();
     int getItemCountByServerIp(const QString &serverIp);
 
-    /// All nodes: pool by pool, each pool's items and then the pool itself. Locked for the whole walk.
+    /// All nodes: pool by pool, each pool's items and then the pool itself. Locked for the whole walk. Uses items of
+    /// every pool.
     QList<VmNode *> getItemList();
     QString getItemUuid(int index);
     int getItemType(int index);
@@ -94,11 +95,11 @@ public:
 
     /// @}
     /// \name Groups of pools
-    /// Snapshots, gathered in ascending uuid order with the table locked; the pools stay the store's and usable until
-    /// deferred deletions run after their removal.
+    /// Snapshots in ascending uuid order, gathered with the table locked. The store owns the pools. A removed one stays
+    /// usable until it is deleted.
     /// @{
 
-    /// The pools of every group by group name, without those that have none. The lists are the caller's to delete.
+    /// The pools that have a group, by group name. The caller deletes the lists.
     QMap<QString, QList<VmPoolNode *> *> getGroupedVmPool();
 
     /// The pools of \a group; those without a group if it is empty. Never null.
