@@ -32,7 +32,7 @@ for round in 1 2; do
         if [[ $workload =~ ^(feed|clear|remove) ]]; then
             for _ in 1 2 3 4 5; do
                 printf '%s\n' "${tests[@]}" | grep -F "$workload|" | sed 's/[+|]/[&]/g' | shuf | while read -r test; do
-                    run "^$test\$" 1 0.0001
+                    run "^$test\$" 1 0.000001
                 done
             done
         else
