@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 
 # Sets up, builds and runs the benchmarks: scripts/bench.sh [WORKLOADS], all of them or those that the regular expression
-# finds. Prints medians as ratios, library / competitor, and draws them: build/bench/benchmarks.svg. About eight minutes.
+# finds. Prints medians as ratios, library / competitor, and draws them: build/bench/benchmarks.svg. About nine minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh cmake g++ ninja-build python3 qtbase5-dev libbenchmark-dev libsqlite3-dev
