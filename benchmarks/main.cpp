@@ -7,6 +7,7 @@
 #include <malloc.h>
 
 #include <array>
+#include <deque>
 #include <map>
 #include <random>
 
@@ -43,10 +44,6 @@ static QString parsed(const QString &text)
 {
     return QString(text.constData(), text.size());
 }
-static QString parsed(int number)
-{
-    return QString::number(number);
-}
 
 struct Size
 {
@@ -68,12 +65,12 @@ void feed(Store &store, Size size)
         const QString uuid = parsed(poolUuids[pool]);
         store.setPoolNodeValue(uuid, VdiVM::UuidKey, parsed(uuid));
         store.setPoolNodeValue(uuid, VdiVM::NameKey, parsed(values[pool % 64]));
-        store.setPoolNodeValue(uuid, VdiVM::PoolTypeKey, parsed(pool % 9 ? 2 : 1));
-        store.setPoolNodeValue(uuid, VdiVM::GroupKey, pool % 11 ? parsed(pool / size.group) : QString());
-        store.setPoolNodeValue(uuid, VdiVM::PriorityKey, parsed(pool));
-        store.setPoolNodeValue(uuid, VdiVM::FailedToConnectKey, parsed(pool % 3 == 0));
-        store.setPoolNodeValue(uuid, VdiVM::AllowMultiDynamicKey, parsed(pool % 7 == 5));
-        store.setPoolNodeValue(uuid, VdiVM::PreferredKey, parsed(pool % 5 == 0));
+        store.setPoolNodeValue(uuid, VdiVM::PoolTypeKey, QString::number(pool % 9 ? 2 : 1));
+        store.setPoolNodeValue(uuid, VdiVM::GroupKey, pool % 11 ? QString::number(pool / size.group) : QString());
+        store.setPoolNodeValue(uuid, VdiVM::PriorityKey, QString::number(pool));
+        store.setPoolNodeValue(uuid, VdiVM::FailedToConnectKey, QString::number(pool % 3 == 0));
+        store.setPoolNodeValue(uuid, VdiVM::AllowMultiDynamicKey, QString::number(pool % 7 == 5));
+        store.setPoolNodeValue(uuid, VdiVM::PreferredKey, QString::number(pool % 5 == 0));
         for (int i = pool * size.items; i < (pool + 1) * size.items; ++i) {
             const QString item = parsed(itemUuids[i]);
             for (const int key : itemKeys)
@@ -91,23 +88,56 @@ void feedApps(Store &store)
     }
 }
 
+/// Feeds a store with texts that exist already, so that making them is not timed.
+class Calls
+{
+    struct Call
+    {
+        QString pool, item; // an application has no pool
+        int key;
+        QString text;
+    };
+
+public:
+    void setPoolNodeValue(Text pool, int key, Text text) { calls.push_back({pool, {}, key, text}); }
+    void setNodeValue(Text pool, Text item, int, int key, Text text) { calls.push_back({pool, item, key, text}); }
+    void setRemoteAppValue(Text id, int key, Text text) { calls.push_back({{}, id, key, text}); }
+
+    template <typename Store>
+    void play(Store &store) const
+    {
+        for (const auto &[pool, item, key, text] : calls) {
+            if (item.isNull())
+                store.setPoolNodeValue(pool, key, text);
+            else if (pool.isNull())
+                store.setRemoteAppValue(item, key, text);
+            else
+                store.setNodeValue(pool, item, VdiVM::ItemNode, key, text);
+        }
+    }
+
+private:
+    std::deque<Call> calls; // grows in small blocks; a vector would leave pieces of used heap to the store
+};
+
 template <typename Store>
 class Workloads
 {
     using Sizes = std::vector<Size>;
     using Benchmark = benchmark::internal::Benchmark;
     using S = Store &;
-    using Fresh = void (*)(std::unique_ptr<Store> &store, Size size);
+    using Fresh = void (*)(std::unique_ptr<Store> &store, Calls &calls, Size size);
     using Operation = void (*)(S s, At at);
 
 public:
     explicit Workloads(const std::string &competitor)
         : name('|' + competitor)
     {
-        const Sizes small{{100, 100}}, both{{100, 100}, {10000, 10}};
-        addOperation("read item", both, readItem);
-        addOperation("overwrite item", both, writeItem);
-        addOperation("read pool", both, [](S s, At at) { keep(s.getPoolNodeValue(at.pool, VdiVM::NameKey)); });
+        const Fresh fill = [](auto &store, Calls &, Size size) { feed(*store, size); };
+        const Sizes small{{100, 100}}, all{{10, 10}, {100, 100}, {10000, 10}};
+        addOperation("read item", all, readItem);
+        addOperation("overwrite item", all, writeItem);
+        addOperation("read pool", all, [](S s, At at) { keep(s.getPoolNodeValue(at.pool, VdiVM::NameKey)); });
         addOperation("get policy", small,
                      [](S s, At at) { keep(s.getPolicyValue(at.pool, at.item, at.policy, at.key % 4)); });
         addOperation("set policy", small,
@@ -120,12 +150,19 @@ public:
         if constexpr (Store::features & Decisions) {
             addOperation("parent", {{1000, 10}, {1000, 100}}, [](S s, At at) { keep(s.getParentUuid(at.item)); });
             addOperation("type", {{1000, 10}}, [](S s, At at) { keep(s.getItemTypeByUuid(at.item)); });
-            addOperation("deal", {{100, 1}, {1000, 1}, {10000, 1}, {100000, 1}}, [](S s, At) { s.dealVmPools(); });
-            addOperation("wheel", {{10000, 0, 4}, {10000, 0, 64}, {10000, 0, 1024}}, [](S s, At) {
+            addOperation("deal", {{10, 10}, {100, 100}, {1000, 1}, {10000, 1}, {100000, 1}},
+                         [](S s, At) { s.dealVmPools(); });
+            addOperation("wheel", {{10, 10}, {100, 100}, {10000, 0}, {10000, 0, 64}, {10000, 0, 1024}}, [](S s, At) {
                 QString uuid;
-                s.wheelVmGroup(parsed(3), uuid);
+                s.wheelVmGroup(QString::number(1), uuid);
             });
             addOperation("application summary", small, [](S s, At) { keep(s.getAppsInfo()); });
+            addFresh("remove", small, fill, [](auto &store, Calls &, Size size) {
+                for (int i = 0; i < size.pools * size.items; ++i)
+                    store->removeNode(itemUuids[i]);
+                std::for_each_n(poolUuids.begin(), size.pools, [&](Text uuid) { store->removeNode(uuid); });
+                QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            });
         }
         if constexpr (Store::features & Positions) {
             addOperation("all positions", {{100, 100}, {1000, 10}}, [](S s, At) {
@@ -137,19 +174,12 @@ public:
                     keep(s.getRemoteAppId(i));
             });
         }
-        const Fresh fill = [](auto &store, Size size) { feed(*store, size); };
-        const Fresh nothing = [](auto &, Size) {};
-        addFresh("feed", {{10, 10}, {100, 100}, {1000, 100}, {10000, 10}}, nothing, fill);
-        addFresh("clear", small, fill, [](auto &store, Size) { store.reset(); });
-        if constexpr (Store::features & Decisions) {
-            addFresh("remove", small, fill, [](auto &store, Size size) {
-                for (int i = 0; i < size.pools * size.items; ++i)
-                    store->removeNode(itemUuids[i]);
-                std::for_each_n(poolUuids.begin(), size.pools, [&](Text uuid) { store->removeNode(uuid); });
-                QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-            });
-        }
-        addFresh("feed applications", small, nothing, [](auto &store, Size) { feedApps(*store); });
+        const Fresh make = [](auto &, Calls &calls, Size size) { feed(calls, size); };
+        const Fresh makeApps = [](auto &, Calls &calls, Size) { feedApps(calls); };
+        const Fresh play = [](auto &store, Calls &calls, Size) { calls.play(*store); };
+        addFresh("feed", {{10, 10}, {100, 100}, {1000, 100}, {10000, 10}}, make, play);
+        addFresh("feed applications", small, makeApps, play);
+        addFresh("clear", small, fill, [](auto &store, Calls &, Size) { store.reset(); });
         addMemory("bytes of an item", usedBytes, {100, 50}, 5000);
         addMemory("allocations for an item", usedAllocations, {100, 50}, 5000);
         addMemory("bytes of a pool", usedBytes, {1100, 0}, 1000);
@@ -220,12 +250,14 @@ private:
         add(workload, sizes, [=](State &state, Size size) {
             for (auto _ : state) {
                 state.PauseTiming();
-                auto store = std::make_unique<Store>();
-                prepare(store, size);
-                state.ResumeTiming();
-                operation(store, size);
-                state.PauseTiming();
-                store.reset();
+                {
+                    auto store = std::make_unique<Store>();
+                    Calls calls;
+                    prepare(store, calls, size);
+                    state.ResumeTiming();
+                    operation(store, calls, size);
+                    state.PauseTiming();
+                }
                 state.ResumeTiming();
             }
         });
@@ -261,11 +293,12 @@ QStringList answers()
     feed(store, {45, 3});
     feedApps(store);
     store.setPolicyValue(poolUuids[7], itemUuids[22], VdiVM::PolicyType(3), 5, values[8]);
-    store.setNodeValue(poolUuids[7], itemUuids[22], VdiVM::ItemNode, 204, parsed(1));
+    store.setNodeValue(poolUuids[7], itemUuids[22], VdiVM::ItemNode, 204, QString::number(1));
     log.clear();
     if constexpr (features & Decisions) {
         store.dealVmPools();
-        answers << parsed(store.wheelVmGroup(parsed(4), uuid)) << uuid << store.getAppsInfo().values() << log;
+        answers << QString::number(store.wheelVmGroup(QString::number(4), uuid)) << uuid << store.getAppsInfo().values()
+                << log;
         store.removeNode(itemUuids[20]);
         store.removeNode(poolUuids[44]);
     }
@@ -278,9 +311,10 @@ QStringList answers()
                 << store.getRemoteAppValue(appIds[i], 2 + i % 14);
         if constexpr (features & Decisions)
             answers << store.getParentUuid(itemUuids[i + 9]) << store.getParentUuid(poolUuids[i])
-                    << parsed(store.getItemTypeByUuid(itemUuids[i + 9]));
+                    << QString::number(store.getItemTypeByUuid(itemUuids[i + 9]));
         if constexpr (features & Positions)
-            answers << store.getItemUuid(i + 99) << parsed(store.getItemType(i + 99)) << store.getRemoteAppId(i);
+            answers << store.getItemUuid(i + 99) << QString::number(store.getItemType(i + 99))
+                    << store.getRemoteAppId(i);
     }
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     return answers;

@@ -55,8 +55,6 @@ struct QtLock : QReadWriteLock
 template <typename Key, typename Value>
 struct Ordered : QMap<Key, Value>
 {
-    static constexpr bool isOrdered = true;
-
     const Value *get(const Key &key) const
     {
         const auto it = this->constFind(key);
@@ -67,8 +65,6 @@ struct Ordered : QMap<Key, Value>
 template <typename Key, typename Value>
 struct Hashed : std::unordered_map<Key, Value>
 {
-    static constexpr bool isOrdered = false;
-
     const Value *get(const Key &key) const
     {
         const auto it = this->find(key);
@@ -104,32 +100,55 @@ class Containers
     };
 
 public:
+    static constexpr bool isOrdered = std::is_same_v<Map<int, int>, Ordered<int, int>>;
     static constexpr int features =
-        Decisions | (Map<int, int>::isOrdered ? Positions : 0) | (std::is_same_v<Mutex, NoLock> ? 0 : Threads);
+        Decisions | (isOrdered ? Positions : 0) | (std::is_same_v<Mutex, NoLock> ? 0 : Threads);
 
-    QString getPoolNodeValue(Text uuid, int key) { return reading(), text(pools.get(uuid), key); }
-    QString getNodeValue(Text pool, Text uuid, int, int key) { return reading(), text(find(pool, uuid), key); }
+    QString getPoolNodeValue(Text uuid, int key)
+    {
+        const std::shared_lock lock(mutex);
+        return text(pools.get(uuid), key);
+    }
+    QString getNodeValue(Text pool, Text uuid, int, int key)
+    {
+        const std::shared_lock lock(mutex);
+        return text(find(pool, uuid), key);
+    }
     QString getPolicyValue(Text pool, Text uuid, int type, int key)
     {
-        const auto lock = reading();
+        const std::shared_lock lock(mutex);
         const Item *item = find(pool, uuid);
         return text(item ? item->policies.get(type) : nullptr, key);
     }
-    QString getRemoteAppValue(Text id, int key) { return reading(), text(apps.get(id), key); }
-    void setPoolNodeValue(Text pool, int key, Text text) { writing(), pools[pool].values[key] = text; }
+    QString getRemoteAppValue(Text id, int key)
+    {
+        const std::shared_lock lock(mutex);
+        return text(apps.get(id), key);
+    }
+    void setPoolNodeValue(Text pool, int key, Text text)
+    {
+        const std::unique_lock lock(mutex);
+        pools[pool].values[key] = text;
+    }
     void setNodeValue(Text pool, Text item, int, int key, Text text)
     {
-        writing(), pools[pool].items[item].values[key] = text;
+        const std::unique_lock lock(mutex);
+        pools[pool].items[item].values[key] = text;
     }
     void setPolicyValue(Text pool, Text item, int type, int key, Text text)
     {
-        writing(), pools[pool].items[item].policies[type].values[key] = text;
+        const std::unique_lock lock(mutex);
+        pools[pool].items[item].policies[type].values[key] = text;
     }
-    void setRemoteAppValue(Text id, int key, Text text) { writing(), apps[id].values[key] = text; }
+    void setRemoteAppValue(Text id, int key, Text text)
+    {
+        const std::unique_lock lock(mutex);
+        apps[id].values[key] = text;
+    }
 
     QString getItemUuid(int index)
     {
-        const auto lock = reading();
+        const std::shared_lock lock(mutex);
         const auto pool = skipTo(index);
         return pool == pools.cend()         ? QString()
                : index < pool->items.size() ? std::next(pool->items.cbegin(), index).key()
@@ -137,26 +156,34 @@ public:
     }
     int getItemType(int index)
     {
-        const auto lock = reading();
+        const std::shared_lock lock(mutex);
         const auto pool = skipTo(index);
         return pool == pools.cend() ? 0 : index < pool->items.size() ? VdiVM::ItemNode : VdiVM::PoolNode;
     }
-    QString getParentUuid(Text uuid) { return reading(), pools.get(uuid) ? uuid : parentOf(uuid); }
+    QString getParentUuid(Text uuid)
+    {
+        const std::shared_lock lock(mutex);
+        return pools.get(uuid) ? uuid : parentOf(uuid);
+    }
     int getItemTypeByUuid(Text uuid)
     {
-        const auto lock = reading();
+        const std::shared_lock lock(mutex);
         return pools.get(uuid) ? VdiVM::PoolNode : parentOf(uuid).isNull() ? VdiVM::UnknownNode : VdiVM::ItemNode;
     }
     void removeNode(Text uuid)
     {
         const auto remove = [&](auto &, auto &pool) { return const_cast<Pool &>(pool).items.remove(uuid); };
-        const auto lock = writing();
+        const std::unique_lock lock(mutex);
         pools.remove(uuid) || anyOf(pools, remove);
     }
-    QString getRemoteAppId(int index) { return reading(), apps.keys().at(index); } // copies the list
+    QString getRemoteAppId(int index)
+    {
+        const std::shared_lock lock(mutex);
+        return apps.keys().at(index); // copies the list
+    }
     QMap<QString, QString> getAppsInfo()
     {
-        const auto lock = reading();
+        const std::shared_lock lock(mutex);
         QMap<QString, QString> info;
         anyOf(apps, [&](auto &, auto &app) {
             return info.insert(text(&app, VdiVM::AppSummaryKey), text(&app, VdiVM::AppSummaryValueKey)), false;
@@ -166,7 +193,7 @@ public:
 
     void dealVmPools()
     {
-        const auto lock = writing();
+        const std::unique_lock lock(mutex);
         QMap<QString, std::vector<Pool *>> groups;
         for (const auto &[uuid, pool] : select([](auto &) { return true; })) {
             if (anyOf(pool->items, [](auto &, auto &item) { return number(&item, VdiVM::ItemActiveKey) == 1; }))
@@ -200,7 +227,7 @@ public:
 
     bool wheelVmGroup(Text name, QString &uuid)
     {
-        const auto lock = writing();
+        const std::unique_lock lock(mutex);
         const auto group = select([&](auto &pool) { return text(&pool, VdiVM::GroupKey) == name; });
         bool usable = false;
         for (const auto &[key, pool] : group) {
@@ -220,9 +247,6 @@ public:
     }
 
 private:
-    // The lock is held as long as what is returned lives: without a name, to the end of the full expression.
-    auto reading() const { return std::shared_lock(mutex); }
-    auto writing() { return std::unique_lock(mutex); }
     static QDebug log() { return QMessageLogger().info(); }
     static Text text(const Policy *record, int key)
     {
@@ -259,7 +283,7 @@ private:
         anyOf(pools, [&](auto &uuid, auto &pool) {
             return wanted(pool) && (found.emplace_back(&uuid, const_cast<Pool *>(&pool)), false);
         });
-        if (!Map<int, int>::isOrdered)
+        if (!isOrdered)
             std::sort(found.begin(), found.end(), [](auto &a, auto &b) { return *a.first < *b.first; });
         return found;
     }

@@ -2,11 +2,11 @@
 # SPDX-FileCopyrightText: 2026 The vmdatabase authors
 # SPDX-License-Identifier: MIT
 
-# Sets up, builds and runs the benchmarks: scripts/bench.sh. Prints one table of medians as ratios, library /
-# competitor, and draws it: build/bench/benchmarks.svg. About seven minutes.
+# Sets up, builds and runs the benchmarks: scripts/bench.sh [WORKLOADS], all of them or those that the regular expression
+# finds. Prints medians as ratios, library / competitor, and draws them: build/bench/benchmarks.svg. About nine minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake g++ ninja-build qtbase5-dev libbenchmark-dev libsqlite3-dev
+scripts/install-packages.sh cmake g++ ninja-build python3 qtbase5-dev libbenchmark-dev libsqlite3-dev
 
 mkdir -p build
 { cmake --preset bench && cmake --build --preset bench; } >build/bench.log 2>&1 || {
@@ -24,7 +24,7 @@ run() { # FILTER REPETITIONS SECONDS
         --benchmark_enable_random_interleaving=true --benchmark_format=csv 2>>build/bench.log >>"$results"
 }
 mapfile -t tests < <("$benchmark" --benchmark_list_tests)
-mapfile -t workloads < <(printf '%s\n' "${tests[@]%%|*}" | awk '!seen[$0]++')
+mapfile -t workloads < <(printf '%s\n' "${tests[@]%%|*}" | awk '!seen[$0]++' | grep -E "${1:-.}")
 : >"$results"
 for round in 1 2; do
     echo "round $round of 2" >&2
@@ -32,16 +32,16 @@ for round in 1 2; do
         if [[ $workload =~ ^(feed|clear|remove) ]]; then
             for _ in 1 2 3 4 5; do
                 printf '%s\n' "${tests[@]}" | grep -F "$workload|" | sed 's/[+|]/[&]/g' | shuf | while read -r test; do
-                    run "^$test\$" 1 0.0001
+                    run "^$test\$" 1 0.000001
                 done
             done
         else
-            run "^$workload[|]" 7 0.05
+            run "^${workload}[|]" 7 0.05
         fi
     done
 done
 
 echo "$(date --iso-8601), $(nproc) cores, $(awk '/MemTotal/ { printf "%.0f", $2 / 1048576 }' /proc/meminfo) GB," \
     "$(. /etc/os-release && echo "$PRETTY_NAME"); load at the end $(cut -d' ' -f1 /proc/loadavg)"
-echo
-sort -V "$results" | awk -f scripts/bench-table.awk -v svg=build/bench/benchmarks.svg
+mapfile -t competitors < <(printf '%s\n' "${tests[@]#*|}" | sed 's|/.*||' | awk '!seen[$0]++')
+scripts/bench-table.py "$results" build/bench/benchmarks.svg "${competitors[@]}"
