@@ -6,7 +6,7 @@
 # and by pkg-config, plays a feed, and removes them again, whatever came of it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake g++ pkgconf qtbase5-dev
+scripts/install-packages.sh cmake g++ ninja-build pkgconf qtbase5-dev
 
 packages=(libvmdatabase1 libvmdatabase-dev vmdatabase-tools)
 files=()
@@ -41,7 +41,7 @@ expect()
 client=$PWD/examples/client/client.cpp
 dir=build/test-package
 rm -rf "$dir"
-expect "" cmake -S tests/consumer -B "$dir" -D CLIENT="$client"
+expect "" cmake -S tests/consumer -B "$dir" -G Ninja -D CLIENT="$client"
 expect VmDatabase_DIR:PATH=/usr/lib cat "$dir/CMakeCache.txt"
 expect "" cmake --build "$dir"
 expect '"Office" ("machine-1")' "$dir/consumer"

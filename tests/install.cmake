@@ -30,7 +30,7 @@ foreach(file libvmdatabase.so libvmdatabase.so.1 libvmdatabase.so.1.0.0)
     endif()
 endforeach()
 
-run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${dir}/package -D CMAKE_PREFIX_PATH=${prefix} -D CLIENT=${CLIENT}
+run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${dir}/package -G ${GENERATOR} -D CMAKE_PREFIX_PATH=${prefix} -D CLIENT=${CLIENT}
     -D CMAKE_CXX_COMPILER=${CXX} -D CMAKE_CXX_FLAGS=${CXX_FLAGS} -D CMAKE_BUILD_TYPE=${CONFIG})
 run(${CMAKE_COMMAND} --build ${dir}/package)
 run(${dir}/package/consumer)
