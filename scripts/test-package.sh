@@ -38,7 +38,7 @@ expect()
     }
 }
 
-client=$PWD/examples/client/client.cpp
+client=$PWD/examples/minimal/minimal.cpp
 dir=build/test-package
 rm -rf "$dir"
 expect "" cmake -S tests/consumer -B "$dir" -G Ninja -D CLIENT="$client"
