@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: 2026 The vmdatabase authors
 # SPDX-License-Identifier: MIT
 
-# Fails where a source is not formatted as .clang-format says; mend it with clang-format -i.
+# Fails where a source is not formatted as .clang-format says; fix it with clang-format -i.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh clang-format-14 git
