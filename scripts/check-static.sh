@@ -6,7 +6,7 @@
 # scripts/check-static.sh [PRESET], as that preset ("dev" if none is named) compiles them. Tests are left out: QtTest's
 # macros and misuse on purpose would drown what matters.
 #
-# clang-tidy's checks are in .clang-tidy, those of clazy, which knows Qt, are here. A finding is mended, or else
+# clang-tidy's checks are in .clang-tidy, those of clazy, which knows Qt, are here. A finding is fixed, or else
 # suppressed at its place with the reason: NOLINTNEXTLINE(check) for clang-tidy, clazy:exclude=check for clazy.
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -17,6 +17,7 @@ soname=libvmdatabase.so.1
 classes='RemoteApp|VmDatabase|VmDatabasePrivate|VmItemNode|VmNode|VmPolicy|VmPoolNode'
 needed='libQt5Core\.so\.5|libstdc\+\+\.so\.6|libgcc_s\.so\.1|libm\.so\.6|libc\.so\.6|ld-linux-[^/]*'
 
+scripts/install-packages.sh binutils
 library=build/release/src/libvmdatabase.so
 case "${1:-}" in
 "" | --update)

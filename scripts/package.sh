@@ -6,7 +6,7 @@
 # lintian. Tests are not run again: scripts/test.sh does that. DEB_BUILD_OPTIONS= scripts/package.sh runs them too.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake debhelper dpkg-dev g++ lintian ninja-build qtbase5-dev
+scripts/install-packages.sh build-essential cmake debhelper dpkg-dev g++ git lintian ninja-build qtbase5-dev
 
 version=$(dpkg-parsechangelog --show-field Version)
 if ! grep -qF "project(VmDatabase VERSION ${version%-*} " CMakeLists.txt; then

@@ -6,7 +6,7 @@
 # and by pkg-config, plays a feed, and removes them again, whatever came of it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake g++ pkgconf qtbase5-dev
+scripts/install-packages.sh cmake g++ ninja-build pkgconf qtbase5-dev
 
 packages=(libvmdatabase1 libvmdatabase-dev vmdatabase-tools)
 files=()
@@ -38,26 +38,25 @@ expect()
     }
 }
 
-client=$PWD/examples/client/client.cpp
 dir=build/test-package
 rm -rf "$dir"
-expect "" cmake -S tests/consumer -B "$dir" -D CLIENT="$client"
+expect "" cmake -S tests/consumer -B "$dir" -G Ninja -D CLIENT="$PWD/examples/minimal/minimal.cpp"
 expect VmDatabase_DIR:PATH=/usr/lib cat "$dir/CMakeCache.txt"
 expect "" cmake --build "$dir"
 expect '"Office" ("machine-1")' "$dir/consumer"
 
-# shellcheck disable=SC2046 # each word is an option
-expect "" g++ -std=c++17 -fPIC "$client" $(pkg-config --cflags --libs vmdatabase) -o "$dir/pkgconfig-client"
-expect '"Office" ("machine-1")' "$dir/pkgconfig-client"
+sed -n '/^```cpp$/,/^```$/{/^```/d;p}' README.md >"$dir/client.cpp"
+expect "" sh -c "cd '$dir' && $(grep -m1 '^g++ ' README.md)"
+expect '"Office" ("machine-1")' "$dir/client"
 
 expect 'getVmPoolNameList -> ["p-' vmdatabase-replay examples/feeds/desktops.jsonl
 
-# The man page, which tells every option, is read from the package: slim machines are set up to leave man pages out.
+# The man page, which names every option, is read from the package: slim machines are set up to leave man pages out.
 page=$(dpkg-deb --fsys-tarfile "${files[2]}" | tar --extract --to-stdout ./usr/share/man/man1/vmdatabase-replay.1.gz | zcat)
 for option in $(vmdatabase-replay --help | grep -oE -- '--[a-z-]+' | sort -u); do
     name=${option#--}
     grep -qF -- "\\-${name//-/\\-}" <<<"$page" || {
-        echo "Packages: the man page does not tell $option: tools/replay/vmdatabase-replay.1" >&2
+        echo "Packages: the man page does not name $option: tools/replay/vmdatabase-replay.1" >&2
         exit 1
     }
 done

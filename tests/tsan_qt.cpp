@@ -1,25 +1,29 @@
 // SPDX-FileCopyrightText: 2026 The vmdatabase authors
 // SPDX-License-Identifier: MIT
 
-// What ThreadSanitizer cannot see in a Qt that is built without it: locks, deferred deletion, writes. Linked into a
-// test, these definitions come before Qt's own, call them and report what they do. Without them correct code is
-// reported and races in Qt's containers are not. Compiled without instrumentation: nothing here synchronises threads.
+// What ThreadSanitizer cannot see in a Qt that is built without it: locks, deferred deletion, the end of threads, writes.
+// Linked into a test, these definitions come before Qt's own, call them and report what they do. Without them correct
+// code is reported and races in Qt's containers are not. Compiled without instrumentation: nothing here synchronises
+// threads.
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QEvent>
+#include <QtCore/QEventLoop>
 #include <QtCore/QMap>
 #include <QtCore/QObject>
 #include <QtCore/QReadWriteLock>
 #include <QtCore/QString>
+#include <QtCore/QThread>
 
 #include <dlfcn.h>
 #include <sanitizer/tsan_interface.h>
 
 extern "C" void __tsan_write_range(void *address, unsigned long size);
 
-// What Qt itself does with memory and with its own mutexes is none of the tests' business.
+// What Qt and its event loop do with memory, with mutexes and file descriptors of their own is none of the tests' business.
 extern "C" const char *__tsan_default_suppressions()
 {
-    return "called_from_lib:libQt5Core.so.5\ncalled_from_lib:libQt5Test.so.5\n";
+    return "called_from_lib:libQt5Core.so.5\ncalled_from_lib:libQt5Test.so.5\ncalled_from_lib:libglib-2.0.so.0\n";
 }
 
 // Qt's own definition. A member function takes its object first.
@@ -100,6 +104,24 @@ bool QObject::event(QEvent *event)
     if (event->type() == QEvent::DeferredDelete)
         __tsan_acquire(this);
     return realEvent(this, event);
+}
+
+// Whoever has waited for a thread sees what that one's event loop has run.
+int QEventLoop::exec(ProcessEventsFlags flags)
+{
+    static const auto realExec =
+        real<int(QEventLoop *, ProcessEventsFlags)>("_ZN10QEventLoop4execE6QFlagsINS_17ProcessEventsFlagEE");
+    const int code = realExec(this, flags);
+    __tsan_release(QThread::currentThread());
+    return code;
+}
+
+bool QThread::wait(QDeadlineTimer deadline)
+{
+    static const auto realWait = real<bool(QThread *, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
+    const bool ended = realWait(this, deadline);
+    __tsan_acquire(this);
+    return ended;
 }
 
 QString &QString::operator=(const QString &other) noexcept

@@ -1,0 +1,28 @@
+# SPDX-FileCopyrightText: 2026 The vmdatabase authors
+# SPDX-License-Identifier: MIT
+
+# Whatever C++ these pages show stands as it is in a source under examples/, which is compiled and run.
+file(GLOB_RECURSE sources ${SOURCE_DIR}/examples/*.cpp)
+foreach(source IN LISTS sources)
+    file(READ ${source} text)
+    string(APPEND compiled "${text}")
+endforeach()
+foreach(page README.md docs/threads.md)
+    file(READ ${SOURCE_DIR}/${page} text)
+    string(FIND "${text}" "```cpp\n" begin)
+    if(begin EQUAL -1)
+        message(SEND_ERROR "${page} shows no C++")
+    endif()
+    while(NOT begin EQUAL -1)
+        math(EXPR begin "${begin} + 7")
+        string(SUBSTRING "${text}" ${begin} -1 text)
+        string(FIND "${text}" "```" end)
+        string(SUBSTRING "${text}" 0 ${end} block)
+        string(FIND "${compiled}" "${block}" place)
+        if(place EQUAL -1)
+            message(SEND_ERROR "${page} shows what no example compiles:\n${block}")
+        endif()
+        string(SUBSTRING "${text}" ${end} -1 text)
+        string(FIND "${text}" "```cpp\n" begin)
+    endwhile()
+endforeach()
