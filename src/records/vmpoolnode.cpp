@@ -4,7 +4,6 @@
 #include "vmdatabase/vmpoolnode.h"
 
 #include "records/recordaccess_p.h"
-#include "records/vmindex_p.h"
 #include "vmdatabase/vdivm.h"
 
 #include <algorithm>
@@ -21,17 +20,17 @@ VmPoolNode::~VmPoolNode()
 
 void VmPoolNode::appendVmItem(VmNode *item, const QString &uuid)
 {
-    VmIndex::put(items, itemsByUuid, uuid, item);
+    itemIndex.insert(items, uuid, uuid, item);
 }
 
 VmNode *VmPoolNode::getVmItem(const QString &uuid)
 {
-    return itemsByUuid.value(uuid);
+    return itemIndex.value(uuid);
 }
 
 bool VmPoolNode::isExistVmItem(const QString &uuid)
 {
-    return itemsByUuid.contains(uuid);
+    return itemIndex.contains(uuid);
 }
 
 void VmPoolNode::removeVmItem(const QString &uuid)
@@ -40,13 +39,13 @@ void VmPoolNode::removeVmItem(const QString &uuid)
     if (it == items.end() || !it.value())
         return;
     delete it.value();
-    VmIndex::take(items, itemsByUuid, it);
+    itemIndex.remove(items, it);
 }
 
 void VmPoolNode::clearVmItem()
 {
     qDeleteAll(items);
-    VmIndex::clear(items, itemsByUuid);
+    itemIndex.takeAll(items);
 }
 
 int VmPoolNode::getItemCount()
@@ -71,6 +70,7 @@ VmNode *VmPoolNode::getDynamicVmItem()
 
 bool VmPoolNode::haveActiveItem()
 {
-    return std::any_of(items.cbegin(), items.cend(),
-                       [](VmNode *item) { return item && RecordAccess::toUnsigned(item, VdiVM::ItemActiveKey) == 1; });
+    return std::any_of(items.cbegin(), items.cend(), [](VmNode *item) {
+        return item && VmRecordAccess::toUnsigned(item, VdiVM::ItemActiveKey) == 1;
+    });
 }
