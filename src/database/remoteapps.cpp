@@ -64,9 +64,10 @@ void VmDatabasePrivate::deleteRemoteApp(QString appId)
     const auto it = remoteApps.find(appId); // clazy:exclude=detaching-member (writes)
     if (it == remoteApps.end())
         return;
-    if (RemoteApp *app = it.value())
-        app->deleteLater();
+    RemoteApp *app = it.value();
     remoteAppIndex.remove(remoteApps, it);
+    if (app)
+        app->deleteLater();
 }
 
 // Compatibility: an unknown id is listed from here on, without a record.

@@ -13,6 +13,7 @@ VmDatabasePrivate::VmDatabasePrivate() = default;
 VmDatabasePrivate::~VmDatabasePrivate()
 {
     clearVmPoolList();
+    saasApps.clear(); // while the other members exist: what is connected to destroyed() may ask the database
 }
 
 void VmDatabasePrivate::clearVmPoolList()

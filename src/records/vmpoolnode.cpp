@@ -35,11 +35,14 @@ bool VmPoolNode::isExistVmItem(const QString &uuid)
 
 void VmPoolNode::removeVmItem(const QString &uuid)
 {
-    const auto it = items.find(uuid); // clazy:exclude=detaching-member (writes)
-    if (it == items.end() || !it.value())
+    VmNode *item = getVmItem(uuid);
+    if (!item)
         return;
-    delete it.value();
-    itemIndex.remove(items, it);
+    delete item;
+    // What is connected to destroyed() may have removed the entry.
+    const auto it = items.find(uuid); // clazy:exclude=detaching-member (writes)
+    if (it != items.end())
+        itemIndex.remove(items, it);
 }
 
 void VmPoolNode::clearVmItem()
