@@ -142,6 +142,17 @@ void tst_Records::poolOwnsItems()
     pool->removeVmItem(u"x"_s);
     QVERIFY(!pool->isExistVmItem(u"x"_s));
     QCOMPARE(std::exchange(deleted, {}), QStringList(u"removed"_s));
+
+    // What is connected to an item may change the pool.
+    VmNode *item = make(u"item"_s);
+    connect(item, &QObject::destroyed, item, [&pool] {
+        pool->appendVmItem(nullptr, u"x"_s);
+        pool->clearVmItem();
+    });
+    pool->appendVmItem(item, u"x"_s);
+    pool->removeVmItem(u"x"_s);
+    QCOMPARE(pool->getItemCount(), 1);
+    QCOMPARE(std::exchange(deleted, {}), QStringList(u"item"_s));
     for (const QString &uuid : {u"3"_s, u"1"_s, u"2"_s})
         pool->appendVmItem(make(uuid), uuid);
     pool->appendVmItem(nullptr, u"0"_s);

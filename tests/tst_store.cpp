@@ -283,20 +283,34 @@ void tst_Store::signalInAnotherThread()
     QCOMPARE(received.available(), 0);
 }
 
+// The line is written when nothing is left of the store, closed before or not. What is connected to a record that goes
+// with it may still ask the database.
 void tst_Store::lifetime()
 {
     const auto freed = u"I: [ ~VmDatabase ] Yes, free db now!!"_s;
-    LogCapture log;
-    QObject parent;
-    auto *open = new VmDatabase(&parent);
-    QCOMPARE(open->parent(), &parent);
-    delete open;
-    QCOMPARE(log.take(), QStringList(freed));
-    auto *closed = new VmDatabase;
-    closed->clear();
-    log.take();
-    delete closed;
-    QCOMPARE(log.take(), QStringList(freed));
+    for (const bool closed : {false, true}) {
+        LogCapture log;
+        QObject parent;
+        auto *db = new VmDatabase(&parent);
+        QCOMPARE(db->parent(), &parent);
+        db->setSaasAppValue(u"a"_s, 3, x);
+        QStringList seen;
+        QString answer;
+        connect(LiveObjects::ofType<RemoteApp>()[0], &QObject::destroyed, &parent, [&] {
+            seen = log.take();
+            answer = db->getParentUuid(p) + db->getSaasAppValue(u"a"_s, 3) + db->getRemoteAppValue(u"r"_s, 3);
+        });
+        db->setRemoteAppValue(u"r"_s, 3, x);
+        db->setPoolNodeValue(p, 3, x);
+        if (closed)
+            db->clear();
+        delete db;
+        QCOMPARE(seen,
+                 QStringList(closed ? QStringList(u"I: [ clear ] clear and free private db now!!"_s) : QStringList()));
+        QCOMPARE(answer, x);
+        QCOMPARE(log.take(), QStringList(freed));
+        qDeleteAll(LiveObjects::ofType<RemoteApp>());
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_Store)

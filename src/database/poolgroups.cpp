@@ -32,7 +32,7 @@ QSharedPointer<QList<VmPoolNode *>> VmDatabasePrivate::getVmPoolListByGroup(QStr
     auto list = QSharedPointer<QList<VmPoolNode *>>::create();
     QReadLocker locker(&poolLock);
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (RecordAccess::isEqual(pool, VdiVM::GroupKey, group))
+        if (VmRecordAccess::isEqual(pool, VdiVM::GroupKey, group))
             *list << pool;
     }
     return list;

@@ -5,7 +5,7 @@
 
 #include "database/nocontrolpolicy_p.h"
 #include "log_p.h"
-#include "records/vmindex_p.h"
+#include "mapentry_p.h"
 #include "text_p.h"
 #include "vmdatabase/remoteapp.h"
 
@@ -25,16 +25,16 @@ QList<QString> VmDatabasePrivate::getAppNames()
 QString VmDatabasePrivate::getRemoteAppId(int index)
 {
     QReadLocker locker(&remoteAppLock);
-    return index >= 0 && index < remoteApps.size() ? VmIndex::at(remoteApps, index).key() : emptyText();
+    return index >= 0 && index < remoteApps.size() ? entryAt(remoteApps, index).key() : emptyText();
 }
 
 // NOLINTBEGIN(performance-unnecessary-value-param): ids by value is what callers are built against
 QString VmDatabasePrivate::getRemoteAppValue(QString appId, int key)
 {
     QReadLocker locker(&remoteAppLock);
-    if (RemoteApp *app = remoteAppsById.value(appId))
+    if (RemoteApp *app = remoteAppIndex.value(appId))
         return app->getValue(key);
-    // Meant to be written under the lock.
+    // Compatibility: written with the lock held.
     Log::info() << "Error couldn't find " << appId << ", keys: " << remoteApps.keys();
     return emptyText();
 }
@@ -42,20 +42,21 @@ QString VmDatabasePrivate::getRemoteAppValue(QString appId, int key)
 QString VmDatabasePrivate::getRemoteAppValueByName(const QString &appId, int key)
 {
     QReadLocker locker(&remoteAppLock);
-    RemoteApp *app = remoteAppsById.value(appId);
+    RemoteApp *app = remoteAppIndex.value(appId);
     return app ? app->getValue(key) : QString();
 }
 
 void VmDatabasePrivate::setRemoteAppValue(QString appId, int key, const QString &value)
 {
+    const VmHashedUuid hashed(appId);
     QWriteLocker locker(&remoteAppLock);
-    if (RemoteApp *app = remoteAppsById.value(appId)) {
+    if (RemoteApp *app = remoteAppIndex.value(hashed)) {
         app->setValue(key, value);
         return;
     }
     auto *app = new RemoteApp(appId, nullptr);
     app->setValue(key, value);
-    VmIndex::put(remoteApps, remoteAppsById, appId, app);
+    remoteAppIndex.insert(remoteApps, appId, hashed, app);
 }
 
 void VmDatabasePrivate::deleteRemoteApp(QString appId)
@@ -63,18 +64,19 @@ void VmDatabasePrivate::deleteRemoteApp(QString appId)
     const auto it = remoteApps.find(appId); // clazy:exclude=detaching-member (writes)
     if (it == remoteApps.end())
         return;
-    if (RemoteApp *app = it.value())
+    RemoteApp *app = it.value();
+    remoteAppIndex.remove(remoteApps, it);
+    if (app)
         app->deleteLater();
-    VmIndex::take(remoteApps, remoteAppsById, it);
 }
 
-// That an unknown id is listed from here on, without a record, is meant.
+// Compatibility: an unknown id is listed from here on, without a record.
 RemoteApp *VmDatabasePrivate::listedRemoteApp(const QString &appId)
 {
-    const auto it = remoteAppsById.constFind(appId);
-    if (it != remoteAppsById.cend())
-        return it.value();
-    VmIndex::put<RemoteApp>(remoteApps, remoteAppsById, appId, nullptr);
+    const VmHashedUuid hashed(appId);
+    if (RemoteApp *const *app = remoteAppIndex.find(hashed))
+        return *app;
+    remoteAppIndex.insert(remoteApps, appId, hashed, nullptr);
     return nullptr;
 }
 
@@ -95,9 +97,9 @@ void VmDatabasePrivate::setRemoteAppControlPolicy(QString appId, const QJsonObje
 void VmDatabasePrivate::clearRemoteAppList()
 {
     QWriteLocker locker(&remoteAppLock);
-    for (RemoteApp *app : std::as_const(remoteApps)) {
+    const auto removed = remoteAppIndex.takeAll(remoteApps);
+    for (RemoteApp *app : removed) {
         if (app)
             app->deleteLater();
     }
-    VmIndex::clear(remoteApps, remoteAppsById);
 }

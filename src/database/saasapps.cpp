@@ -3,7 +3,7 @@
 
 #include "vmdatabase/private/vmdatabase_p.h"
 
-#include "records/vmindex_p.h"
+#include "mapentry_p.h"
 #include "text_p.h"
 #include "vmdatabase/remoteapp.h"
 
@@ -16,7 +16,7 @@ int VmDatabasePrivate::getSaasAppCount()
 QString VmDatabasePrivate::getSaasAppId(int index)
 {
     QReadLocker locker(&saasAppLock);
-    return index >= 0 && index < saasApps.size() ? VmIndex::at(saasApps, index).key() : emptyText();
+    return index >= 0 && index < saasApps.size() ? entryAt(saasApps, index).key() : emptyText();
 }
 
 // NOLINTBEGIN(performance-unnecessary-value-param): ids by value is what callers are built against

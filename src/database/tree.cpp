@@ -26,7 +26,7 @@ int VmDatabasePrivate::getItemCountByServerIp(const QString &serverIp)
     QReadLocker locker(&poolLock);
     int count = 0;
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (pool && RecordAccess::isEqual(pool, VdiVM::ServerIpKey, serverIp))
+        if (pool && VmRecordAccess::isEqual(pool, VdiVM::ServerIpKey, serverIp))
             count += pool->getItemCount();
     }
     return count;
@@ -52,9 +52,9 @@ VmNode *VmDatabasePrivate::nodeAt(int index)
     for (VmPoolNode *pool : std::as_const(pools)) {
         if (!pool)
             continue;
-        const int count = RecordAccess::itemCount(pool);
+        const int count = VmRecordAccess::itemCount(pool);
         if (index < count)
-            return RecordAccess::nodeAt(pool, index);
+            return VmRecordAccess::nodeAt(pool, index);
         index -= count;
     }
     return nullptr;
@@ -75,11 +75,11 @@ int VmDatabasePrivate::getItemType(int index)
 int VmDatabasePrivate::getItemTypeByUuid(const QString &uuid)
 {
     QReadLocker locker(&poolLock);
-    const VmIndexKey key(uuid);
-    if (poolsByUuid.contains(key))
+    const VmHashedUuid hashed(uuid);
+    if (poolIndex.contains(hashed))
         return VdiVM::PoolNode;
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (RecordAccess::hasItem(pool, key)) {
+        if (VmRecordAccess::containsItem(pool, hashed)) {
             VmNode *item = pool->getVmItem(uuid);
             return item ? item->nodeType : int(VdiVM::UnknownNode);
         }
@@ -93,13 +93,13 @@ QString VmDatabasePrivate::getParentUuid(const QString &uuid)
         Log::critical("getParentUuid") << "uuid is empty, do nothing ! 3";
         return emptyText();
     }
-    const VmIndexKey key(uuid);
+    const VmHashedUuid hashed(uuid);
     QReadLocker locker(&poolLock);
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (pool && RecordAccess::hasItem(pool, key))
+        if (pool && VmRecordAccess::containsItem(pool, hashed))
             return pool->getValue(VdiVM::UuidKey);
     }
-    return poolsByUuid.contains(key) ? uuid : emptyText();
+    return poolIndex.contains(hashed) ? uuid : emptyText();
 }
 
 QString VmDatabasePrivate::getUuidByParentUuid(const QString &parentUuid)
@@ -111,13 +111,13 @@ QString VmDatabasePrivate::getUuidByParentUuid(const QString &parentUuid)
     QReadLocker locker(&poolLock);
     QString uuid = emptyText();
     for (VmPoolNode *pool : std::as_const(pools)) {
-        if (!pool || !RecordAccess::isEqual(pool, VdiVM::UuidKey, parentUuid))
+        if (!pool || !VmRecordAccess::isEqual(pool, VdiVM::UuidKey, parentUuid))
             continue;
         if (VmNode *item = pool->getDynamicVmItem())
             uuid = item->getValue(VdiVM::UuidKey);
         break;
     }
-    // Meant to be written under the lock.
+    // Compatibility: written with the lock held.
     Log::info("getUuidByParentUuid") << "999 uuid = " << uuid << ", parent uuid = " << parentUuid;
     return uuid;
 }
@@ -131,13 +131,13 @@ QString VmDatabasePrivate::getResourceNameByParentUuid(const QString &parentUuid
 QList<QString> VmDatabasePrivate::getChildrenByParentUuid(const QString &parentUuid)
 {
     QList<QString> uuids;
-    const auto it = poolsByUuid.constFind(parentUuid);
-    if (it == poolsByUuid.cend()) {
+    VmPoolNode *const *pool = poolIndex.find(parentUuid);
+    if (!pool) {
         Log::critical("getChildrenByParentUuid")
             << QStringLiteral("1 cannot find vm item node, uuid = %1").arg(parentUuid);
         return uuids;
     }
-    const QList<VmNode *> items = it.value()->getVmItemList();
+    const QList<VmNode *> items = (*pool)->getVmItemList();
     uuids.reserve(items.size());
     for (VmNode *item : items)
         uuids << (item ? item->getValue(VdiVM::UuidKey) : emptyText());
@@ -151,17 +151,17 @@ QList<QString> VmDatabasePrivate::getVmPoolNameList()
 
 void VmDatabasePrivate::removeNode(const QString &uuid)
 {
-    const VmIndexKey key(uuid);
+    const VmHashedUuid hashed(uuid);
     QWriteLocker locker(&poolLock);
     for (auto it = pools.begin(); it != pools.end(); ++it) { // clazy:exclude=detaching-member (writes)
         VmPoolNode *pool = it.value();
-        if (RecordAccess::isEqual(pool, VdiVM::UuidKey, uuid)) {
+        if (VmRecordAccess::isEqual(pool, VdiVM::UuidKey, uuid)) {
             pool->deleteLater();
-            // The matched entry, which is filed under another text once a client has overwritten the stored uuid.
-            VmIndex::take(pools, poolsByUuid, it);
+            // The matched entry, which stands under another text once a client has overwritten the stored uuid.
+            poolIndex.remove(pools, it);
             return;
         }
-        if (RecordAccess::hasItem(pool, key)) {
+        if (VmRecordAccess::containsItem(pool, hashed)) {
             pool->removeVmItem(uuid);
             return;
         }
@@ -172,9 +172,9 @@ void VmDatabasePrivate::removeNodesByServerIp(const QString &serverIp)
 {
     QWriteLocker locker(&poolLock);
     for (auto it = pools.begin(); it != pools.end();) { // clazy:exclude=detaching-member (writes)
-        if (RecordAccess::isEqual(it.value(), VdiVM::ServerIpKey, serverIp)) {
+        if (VmRecordAccess::isEqual(it.value(), VdiVM::ServerIpKey, serverIp)) {
             it.value()->deleteLater();
-            it = VmIndex::take(pools, poolsByUuid, it);
+            it = poolIndex.remove(pools, it);
         } else {
             ++it;
         }
@@ -183,11 +183,11 @@ void VmDatabasePrivate::removeNodesByServerIp(const QString &serverIp)
 
 void VmDatabasePrivate::removeChildrenByParentUuid(const QString &parentUuid)
 {
-    const auto it = poolsByUuid.constFind(parentUuid);
-    if (it == poolsByUuid.cend()) {
+    VmPoolNode *const *pool = poolIndex.find(parentUuid);
+    if (!pool) {
         Log::critical("removeChildrenByParentUuid")
             << QStringLiteral("1 cannot find vm item node, uuid = %1").arg(parentUuid);
         return;
     }
-    it.value()->clearVmItem();
+    (*pool)->clearVmItem();
 }

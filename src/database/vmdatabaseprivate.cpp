@@ -4,28 +4,26 @@
 #include "vmdatabase/private/vmdatabase_p.h"
 
 #include "log_p.h"
-#include "records/vmindex_p.h"
 #include "vmdatabase/remoteapp.h"
 #include "vmdatabase/vmitemnode.h"
 #include "vmdatabase/vmpoolnode.h"
-
-#include <utility>
 
 VmDatabasePrivate::VmDatabasePrivate() = default;
 
 VmDatabasePrivate::~VmDatabasePrivate()
 {
     clearVmPoolList();
+    saasApps.clear(); // while the other members exist: what is connected to destroyed() may ask the database
 }
 
 void VmDatabasePrivate::clearVmPoolList()
 {
     QWriteLocker locker(&poolLock);
-    for (VmPoolNode *pool : std::as_const(pools)) {
+    const auto removed = poolIndex.takeAll(pools);
+    for (VmPoolNode *pool : removed) {
         if (pool)
             pool->deleteLater();
     }
-    VmIndex::clear(pools, poolsByUuid);
 }
 
 QList<VmPoolNode *> VmDatabasePrivate::getPoolNodeList()
@@ -52,21 +50,21 @@ VmPoolNode *VmDatabasePrivate::getVmPool(const QString &parentUuid)
         Log::critical("getVmPool") << "parent uuid is empty!!";
         return nullptr;
     }
+    const VmHashedUuid hashed(parentUuid);
     {
         QReadLocker locker(&poolLock);
-        const auto it = poolsByUuid.constFind(parentUuid);
-        if (it != poolsByUuid.cend())
-            return it.value();
+        if (VmPoolNode *const *pool = poolIndex.find(hashed))
+            return *pool;
     }
     {
-        // Not looked up again: a pool that another thread put in since is replaced, and lost. That is meant.
+        // Compatibility: not looked up again. A pool that another thread has added since is replaced and lost.
         QWriteLocker locker(&poolLock);
         auto *pool = new VmPoolNode;
         pool->nodeType = VdiVM::PoolNode;
         pool->setValue(VdiVM::UuidKey, parentUuid);
-        VmIndex::put(pools, poolsByUuid, parentUuid, pool);
+        poolIndex.insert(pools, parentUuid, hashed, pool);
     }
-    // The table decides, not the pointer just made: another thread may have replaced that one, or removed it.
+    // Another thread may have replaced or removed the new pool: what the table holds now is the answer.
     QReadLocker locker(&poolLock);
-    return poolsByUuid.value(parentUuid);
+    return poolIndex.value(hashed);
 }

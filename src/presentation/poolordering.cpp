@@ -24,8 +24,9 @@ struct RankedPool
 
 static RankedPool rank(VmPoolNode *pool)
 {
-    return {pool, RecordAccess::toUnsigned(pool, VdiVM::FailedToConnectKey),
-            RecordAccess::toUnsigned(pool, VdiVM::PreferredKey), RecordAccess::toUnsigned(pool, VdiVM::PriorityKey)};
+    return {pool, VmRecordAccess::toUnsigned(pool, VdiVM::FailedToConnectKey),
+            VmRecordAccess::toUnsigned(pool, VdiVM::PreferredKey),
+            VmRecordAccess::toUnsigned(pool, VdiVM::PriorityKey)};
 }
 
 static bool goesFirst(const RankedPool &a, const RankedPool &b)

@@ -19,7 +19,7 @@ static bool holdsItem(VmPoolNode *pool)
 
 static bool allowsMultiDynamic(VmPoolNode *pool)
 {
-    return RecordAccess::toSigned(pool, VdiVM::AllowMultiDynamicKey) != 0;
+    return VmRecordAccess::toSigned(pool, VdiVM::AllowMultiDynamicKey) != 0;
 }
 
 static void show(VmPoolNode *pool)
@@ -50,11 +50,11 @@ static void dealPool(VmPoolNode *pool)
     if (pool->haveActiveItem())
         pool->setValue(VdiVM::FailedToConnectKey, QStringLiteral("0"));
 
-    const uint type = RecordAccess::toUnsigned(pool, VdiVM::PoolTypeKey);
+    const uint type = VmRecordAccess::toUnsigned(pool, VdiVM::PoolTypeKey);
     // NOLINTNEXTLINE(bugprone-branch-clone): one branch for each rule, in the order in which they decide
     if (type == 1 || type == 7 || type == 3) {
         showUnlessItem(pool);
-    } else if (!RecordAccess::isEqual(pool, VdiVM::GroupKey, QString())) {
+    } else if (!VmRecordAccess::isEqual(pool, VdiVM::GroupKey, QString())) {
         hide(pool); // its group decides later
         logDecision("poolNode, SET HIDE ", pool);
     } else if (!allowsMultiDynamic(pool)) {
@@ -75,7 +75,7 @@ static void dealGroup(QList<VmPoolNode *> &pools)
         logDecision("poolNode, SET HIDE ", pool);
         hasItems = hasItems || holdsItem(pool);
         multiDynamic =
-            multiDynamic || (allowsMultiDynamic(pool) && RecordAccess::toUnsigned(pool, VdiVM::PreferredKey) != 0);
+            multiDynamic || (allowsMultiDynamic(pool) && VmRecordAccess::toUnsigned(pool, VdiVM::PreferredKey) != 0);
     }
 
     VmPoolNode *lead = pools.constFirst();

@@ -27,7 +27,7 @@ bool VmDatabase::wheelVmGroup(QString group, QString &uuid)
     bool usable = false;
     for (VmPoolNode *pool : std::as_const(*pools)) {
         pool->setValue(VdiVM::HiddenKey, QStringLiteral("1"));
-        usable = usable || RecordAccess::toUnsigned(pool, VdiVM::FailedToConnectKey) == 0;
+        usable = usable || VmRecordAccess::toUnsigned(pool, VdiVM::FailedToConnectKey) == 0;
     }
     VmPoolNode *lead = pools->constFirst();
     lead->setValue(VdiVM::HiddenKey, QStringLiteral("0"));

@@ -3,23 +3,21 @@
 
 #pragma once
 
-#include "records/valueindex_p.h"
-#include "records/vmindex_p.h"
+#include "mapentry_p.h"
 #include "text_p.h"
 #include "vmdatabase/vmpoolnode.h"
 
-/// How the library looks at a record without copying a value or a list out: under the record's own lock, as the public
-/// operations would.
-class RecordAccess
+/// What the library reads of a record without copying a value or a list, and what it looks up with a uuid hashed before.
+/// The record's own lock is held as in the public operations.
+class VmRecordAccess
 {
 private:
     template <typename Function>
     static auto read(VmNode *node, int key, Function function)
     {
-        static const auto &none = *new QString; // never destroyed, as clients may decide while the process exits
         QReadLocker locker(&node->valueLock);
-        const QString *value = ValueIndex::find(node->values, node->entries, key);
-        return function(value ? *value : none);
+        const QString *value = node->valueCache.find(node->values, key);
+        return value ? function(*value) : function(QString());
     }
 
 public:
@@ -39,14 +37,29 @@ public:
         return read(node, key, [&text](const QString &value) { return value == text; });
     }
 
-    /// Whether something is filed under \a uuid, as isExistVmItem() tells.
-    static bool hasItem(VmPoolNode *pool, const VmIndexKey &uuid) { return pool->itemsByUuid.contains(uuid); }
+    /// As isExistVmItem().
+    static bool containsItem(const VmPoolNode *pool, const VmHashedUuid &uuid)
+    {
+        return pool->itemIndex.contains(uuid);
+    }
+
+    /// As VmUuidIndex::find().
+    static VmNode *const *findItem(const VmPoolNode *pool, const VmHashedUuid &uuid)
+    {
+        return pool->itemIndex.find(uuid);
+    }
+
+    /// As appendVmItem().
+    static void appendItem(VmPoolNode *pool, const QString &uuid, const VmHashedUuid &hashed, VmNode *item)
+    {
+        pool->itemIndex.insert(pool->items, uuid, hashed, item);
+    }
 
     static int itemCount(const VmPoolNode *pool) { return pool->items.size() + 1; }
 
     /// The node at a position of the pool's getItemList().
     static VmNode *nodeAt(VmPoolNode *pool, int index)
     {
-        return index < pool->items.size() ? *VmIndex::at(pool->items, index) : pool;
+        return index < pool->items.size() ? *entryAt(pool->items, index) : pool;
     }
 };

@@ -4,9 +4,23 @@
 #include "vmdatabase/vmnode.h"
 
 #include "log_p.h"
-#include "records/valueindex_p.h"
 #include "text_p.h"
 #include "vmdatabase/vdivm.h"
+
+#include <QtCore/QtAlgorithms>
+
+template <typename... Keys>
+static constexpr bool shareNoSlot(Keys... keys)
+{
+    return qPopulationCount(((quint32(1) << VmValueCache::slot(keys)) | ...)) == sizeof...(keys);
+}
+static_assert(shareNoSlot(VdiVM::UuidKey, VdiVM::IdKey, VdiVM::NameKey, VdiVM::ServerIpKey, VdiVM::OsTypeKey,
+                          VdiVM::OsVersionKey, VdiVM::AllowMultiDynamicKey, VdiVM::PoolTypeKey, VdiVM::PoolStatusKey,
+                          VdiVM::ItemStatusKey, VdiVM::ItemPortStatusKey, VdiVM::ItemAddressListKey,
+                          VdiVM::ItemIpListKey, VdiVM::ItemActiveKey, VdiVM::ItemIpUsedKey, VdiVM::ServerPortKey,
+                          VdiVM::ResourceNameKey, VdiVM::GatewayAccessStrategyKey, VdiVM::PriorityKey,
+                          VdiVM::FailedToConnectKey, VdiVM::GroupKey, VdiVM::HiddenKey, VdiVM::PreferredKey),
+              "two named keys would take one slot from each other");
 
 // Implicitly shared by every node: copying it costs a reference count where building it costs twenty insertions. Never
 // destroyed, so that clients may still make nodes while the process exits.
@@ -47,14 +61,14 @@ VmNode::~VmNode() = default;
 QString VmNode::getValue(int key)
 {
     QReadLocker locker(&valueLock);
-    const QString *value = ValueIndex::find(values, entries, key);
+    const QString *value = valueCache.find(values, key);
     return value ? *value : QString();
 }
 
 void VmNode::setValue(int key, const QString &value)
 {
     QWriteLocker locker(&valueLock);
-    ValueIndex::put(values, entries, key, value);
+    valueCache.insert(values, key, value);
 }
 
 void VmNode::resetValue(int key)

@@ -4,7 +4,6 @@
 #include "vmdatabase/vmpoolnode.h"
 
 #include "records/recordaccess_p.h"
-#include "records/vmindex_p.h"
 #include "vmdatabase/vdivm.h"
 
 #include <algorithm>
@@ -21,32 +20,35 @@ VmPoolNode::~VmPoolNode()
 
 void VmPoolNode::appendVmItem(VmNode *item, const QString &uuid)
 {
-    VmIndex::put(items, itemsByUuid, uuid, item);
+    itemIndex.insert(items, uuid, uuid, item);
 }
 
 VmNode *VmPoolNode::getVmItem(const QString &uuid)
 {
-    return itemsByUuid.value(uuid);
+    return itemIndex.value(uuid);
 }
 
 bool VmPoolNode::isExistVmItem(const QString &uuid)
 {
-    return itemsByUuid.contains(uuid);
+    return itemIndex.contains(uuid);
 }
 
 void VmPoolNode::removeVmItem(const QString &uuid)
 {
-    const auto it = items.find(uuid); // clazy:exclude=detaching-member (writes)
-    if (it == items.end() || !it.value())
+    VmNode *item = getVmItem(uuid);
+    if (!item)
         return;
-    delete it.value();
-    VmIndex::take(items, itemsByUuid, it);
+    delete item;
+    // What is connected to destroyed() may have removed the entry.
+    const auto it = items.find(uuid); // clazy:exclude=detaching-member (writes)
+    if (it != items.end())
+        itemIndex.remove(items, it);
 }
 
 void VmPoolNode::clearVmItem()
 {
     qDeleteAll(items);
-    VmIndex::clear(items, itemsByUuid);
+    itemIndex.takeAll(items);
 }
 
 int VmPoolNode::getItemCount()
@@ -71,6 +73,7 @@ VmNode *VmPoolNode::getDynamicVmItem()
 
 bool VmPoolNode::haveActiveItem()
 {
-    return std::any_of(items.cbegin(), items.cend(),
-                       [](VmNode *item) { return item && RecordAccess::toUnsigned(item, VdiVM::ItemActiveKey) == 1; });
+    return std::any_of(items.cbegin(), items.cend(), [](VmNode *item) {
+        return item && VmRecordAccess::toUnsigned(item, VdiVM::ItemActiveKey) == 1;
+    });
 }

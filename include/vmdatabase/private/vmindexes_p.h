@@ -1,0 +1,145 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QtCore/QHash>
+#include <QtCore/QMap>
+#include <QtCore/QString>
+
+#include <array>
+#include <cstring>
+#include <utility>
+
+// What finds the entries of an ordered map faster than the map does. Each class changes map and index together, and
+// nothing else changes either. Walks and lists use the map. No promise of source stability.
+
+/// A direct-mapped cache of the entries of a node's values: one slot for each remainder of a key. Keys that share a slot
+/// take it from each other; the map finds a key that has lost its slot.
+///
+/// An entry of a QMap stays where it is when others are added, and nothing removes one here. Nobody may copy the map: the
+/// next write would detach it from the entries in the cache.
+class VmValueCache
+{
+    using Values = QMap<int, QString>;
+
+public:
+    static constexpr size_t slot(int key) { return uint(key) % slotCount; }
+
+    /// The value under \a key; null if there is none.
+    const QString *find(const Values &values, int key) const
+    {
+        const Values::iterator entry = entries[slot(key)];
+        if (isOf(key, entry))
+            return &entry.value();
+        const auto it = values.constFind(key);
+        return it == values.cend() ? nullptr : &it.value();
+    }
+
+    void insert(Values &values, int key, const QString &value)
+    {
+        Values::iterator &entry = entries[slot(key)];
+        if (isOf(key, entry))
+            *entry = value;
+        else
+            entry = values.insert(key, value);
+    }
+
+private:
+    static constexpr size_t slotCount = 31;
+
+    static bool isOf(int key, Values::iterator entry) { return entry != Values::iterator() && entry.key() == key; }
+
+    std::array<Values::iterator, slotCount> entries;
+};
+
+/// A uuid or id with its hash, computed once however many lookups follow. It views the text and does not keep it.
+class VmHashedUuid
+{
+public:
+    VmHashedUuid(const QString &uuid)
+        : VmHashedUuid(uuid, ::qHash(uuid, seed()))
+    {}
+
+    /// The same uuid in another text.
+    VmHashedUuid in(const QString &uuid) const { return {uuid, hash}; }
+
+    friend bool operator==(const VmHashedUuid &a, const VmHashedUuid &b)
+    {
+        return a.size == b.size && std::memcmp(a.text, b.text, size_t(a.size) * sizeof(QChar)) == 0;
+    }
+    friend uint qHash(const VmHashedUuid &uuid, uint hashSeed = 0) { return uuid.hash ^ hashSeed; }
+
+private:
+    VmHashedUuid(const QString &uuid, uint hashOfUuid)
+        : text(uuid.constData())
+        , size(uuid.size())
+        , hash(hashOfUuid)
+    {}
+
+    // Random for each process, so that nobody can choose uuids that collide. Never 0, for which Qt uses a hash that is
+    // four times as slow. Constant, whatever a client sets later.
+    static uint seed()
+    {
+        static const uint seed = uint(qGlobalQHashSeed()) | 1;
+        return seed;
+    }
+
+    const QChar *text;
+    int size;
+    uint hash;
+};
+
+/// A hash index of an ordered map of records by uuid or id.
+template <typename Record>
+class VmUuidIndex
+{
+    using Map = QMap<QString, Record *>;
+
+public:
+    bool contains(const VmHashedUuid &uuid) const { return entries.contains(uuid); }
+
+    /// The record under \a uuid, which may be a null pointer; null if there is no entry.
+    Record *const *find(const VmHashedUuid &uuid) const
+    {
+        const auto it = entries.constFind(uuid);
+        return it == entries.cend() ? nullptr : &it.value();
+    }
+
+    /// As find(), without the difference between a null pointer and no entry.
+    Record *value(const VmHashedUuid &uuid) const { return entries.value(uuid); }
+
+    /// Adds the entry, or replaces its record. Adds nothing to either when memory runs out.
+    void insert(Map &map, const QString &uuid, const VmHashedUuid &hashed, Record *record)
+    {
+        const auto entry = map.insert(uuid, record);
+        QT_TRY
+        {
+            entries.insert(hashed.in(entry.key()), record); // the map's text, which stays when the record is replaced
+        }
+        QT_CATCH(...)
+        {
+            map.erase(entry);
+            QT_RETHROW;
+        }
+    }
+
+    /// Removes an entry and answers the one after it.
+    typename Map::iterator remove(Map &map, typename Map::iterator entry)
+    {
+        const QString uuid = entry.key(); // keeps the text that the index views
+        const auto next = map.erase(entry);
+        entries.remove(uuid);
+        return next;
+    }
+
+    /// Removes all entries and answers what the map held.
+    Map takeAll(Map &map)
+    {
+        entries.clear();
+        return std::exchange(map, Map());
+    }
+
+private:
+    QHash<VmHashedUuid, Record *> entries;
+};
