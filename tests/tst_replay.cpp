@@ -4,6 +4,7 @@
 #include "testsupport.h"
 
 #include "feed/feedplayer.h"
+#include "feed/json.h"
 
 #include <QtCore/QProcess>
 
@@ -107,13 +108,12 @@ void tst_Replay::documentedScenes()
 
 void tst_Replay::anyText()
 {
-    LogCapture log;
     FeedPlayer player;
     const QString text = u"\u00e4 \U0001f5a5 \u0000 \\ \" %1"_s;
-    player.play("[\"setPoolNodeValue\", \"p\", -2147483648, " + compactJson(text).toUtf8() + "]\r\n");
+    player.play(parseLine("[\"setPoolNodeValue\", \"p\", -2147483648, " + compactJson(text).toUtf8() + "]\r\n"));
     QCOMPARE(player.database().getPoolNodeValue(u"p"_s, std::numeric_limits<int>::min()), text);
     const QByteArray large(10 << 20, 'x');
-    player.play("[\"setNodeValue\", \"p\", \"i\", 2, 3, \"" + large + "\"]");
+    player.play(parseLine("[\"setNodeValue\", \"p\", \"i\", 2, 3, \"" + large + "\"]"));
     QCOMPARE(player.database().getNodeValue(u"p"_s, u"i"_s, VdiVM::ItemNode, 3).size(), large.size());
 }
 

@@ -4,6 +4,8 @@
 // Plays recorded feeds through the library and prints what it answers and what a user would be shown.
 
 #include "feed/feedplayer.h"
+#include "feed/feedreader.h"
+#include "feed/json.h"
 #include "tree.h"
 
 #include <QtCore/QCommandLineParser>
@@ -18,12 +20,10 @@
 
 static bool logEverything = false;
 
-static void writeLog(QtMsgType type, const QMessageLogContext &, const QString &text)
+static void writeLog(const QString &line)
 {
-    const bool isInfo = type == QtInfoMsg || type == QtDebugMsg;
-    if (isInfo && !logEverything)
-        return;
-    std::fprintf(stderr, "%s: %s\n", isInfo ? "info" : "critical", qUtf8Printable(text));
+    if (logEverything || !line.startsWith(QLatin1String("info: ")))
+        std::fprintf(stderr, "%s\n", qUtf8Printable(line));
 }
 
 static void print(const QString &line)
@@ -66,7 +66,7 @@ private:
 class Replay
 {
 public:
-    Replay();
+    Replay() { m_timer.start(); }
     bool playFiles(const QStringList &names);
     void printTree();
     void printStats();
@@ -77,8 +77,9 @@ public:
 
 private:
     bool playFile(const QString &name);
-    bool playLine(const QByteArray &line);
-    void printAnswer(const FeedPlayer::Line &played);
+    bool playLine(const FeedLine &line);
+    void printAnswer(const FeedLine &line, const QJsonValue &answer);
+    void printSignal(const QString &name);
     void report(const QString &error);
 
     FeedPlayer m_player;
@@ -89,19 +90,6 @@ private:
     qint64 m_calls = 0;
 };
 
-Replay::Replay()
-{
-    m_timer.start();
-    QObject::connect(&m_player.database(), &VmDatabase::remoteAppsUpdated, &m_player.database(), [this] {
-        if (quiet)
-            return;
-        if (json)
-            print(QStringLiteral("{\"line\":%1,\"signal\":\"remoteAppsUpdated\"}\n").arg(m_line));
-        else
-            print(QStringLiteral("%1 remoteAppsUpdated\n").arg(m_line));
-    });
-}
-
 void Replay::report(const QString &error)
 {
     m_progress.finish();
@@ -110,31 +98,44 @@ void Replay::report(const QString &error)
                  qUtf8Printable(error));
 }
 
-void Replay::printAnswer(const FeedPlayer::Line &played)
+void Replay::printAnswer(const FeedLine &line, const QJsonValue &answer)
 {
-    if (quiet || played.outcome.answer.isUndefined())
+    if (quiet || answer.isUndefined())
         return;
-    if (json) {
-        const QJsonObject answer{{QStringLiteral("line"), m_line},
-                                 {QStringLiteral("operation"), played.operation},
-                                 {QStringLiteral("answer"), played.outcome.answer}};
-        print(compactJson(answer) + QLatin1Char('\n'));
-    } else {
-        print(QString::number(m_line) + QLatin1Char(' ') + played.operation + QStringLiteral(" -> ") +
-              compactJson(played.outcome.answer) + QLatin1Char('\n'));
-    }
+    if (json)
+        print(compactJson(QJsonObject{{QStringLiteral("line"), m_line},
+                                      {QStringLiteral("operation"), line.operation()},
+                                      {QStringLiteral("answer"), answer}}) +
+              QLatin1Char('\n'));
+    else
+        print(QString::number(m_line) + QLatin1Char(' ') + line.operation() + QStringLiteral(" -> ") +
+              compactJson(answer) + QLatin1Char('\n'));
 }
 
-bool Replay::playLine(const QByteArray &line)
+void Replay::printSignal(const QString &name)
 {
-    const FeedPlayer::Line played = m_player.play(line);
-    if (!played.outcome.error.isEmpty()) {
-        report(played.outcome.error);
+    if (quiet)
+        return;
+    if (json)
+        print(QStringLiteral("{\"line\":%1,\"signal\":\"%2\"}\n").arg(m_line).arg(name));
+    else
+        print(QStringLiteral("%1 %2\n").arg(m_line).arg(name));
+}
+
+bool Replay::playLine(const FeedLine &line)
+{
+    const Outcome outcome = m_player.play(line);
+    for (const QString &text : outcome.log)
+        writeLog(text);
+    if (!outcome.error.isEmpty()) {
+        report(outcome.error);
         return false;
     }
-    if (!played.operation.isEmpty())
+    if (line.kind == FeedLine::Call)
         m_progress.advance(++m_calls);
-    printAnswer(played);
+    for (const QString &name : outcome.emitted)
+        printSignal(name);
+    printAnswer(line, outcome.answer);
     return true;
 }
 
@@ -146,11 +147,10 @@ bool Replay::playFile(const QString &name)
     const bool isOpen =
         name == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
     bool good = true;
-    while (isOpen && (good || !strict)) {
-        const QByteArray line = file.readLine();
-        if (line.isEmpty())
-            break;
-        ++m_line;
+    FeedReader reader(file);
+    FeedLine line;
+    while (isOpen && (good || !strict) && reader.next(line)) {
+        m_line = reader.lineNumber();
         good = playLine(line) && good;
     }
     if (file.error() != QFileDevice::NoError) {
@@ -204,7 +204,6 @@ void Replay::printStats()
 
 int main(int argc, char *argv[])
 {
-    qInstallMessageHandler(writeLog);
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vmdatabase-replay"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VMDATABASE_VERSION));

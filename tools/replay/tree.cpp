@@ -4,24 +4,13 @@
 #include "tree.h"
 
 #include "feed/feedplayer.h"
+#include "feed/json.h"
 
 #include <vmdatabase/vmdatabase.h>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QSet>
 #include <QtCore/QTextStream>
-
-// The library's log tells what the feed did; looking at the result is not part of that.
-class QuietLog
-{
-public:
-    QuietLog() = default;
-    ~QuietLog() { qInstallMessageHandler(m_previous); }
-
-private:
-    Q_DISABLE_COPY(QuietLog)
-    QtMessageHandler m_previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
-};
 
 static QJsonArray readItems(VmDatabase &database, const QString &pool)
 {
