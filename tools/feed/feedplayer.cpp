@@ -59,7 +59,8 @@ static void deleteRemoved()
     QCoreApplication::sendPostedEvents();
 }
 
-FeedPlayer::FeedPlayer()
+FeedPlayer::FeedPlayer(Following following)
+    : m_following(following)
 {
     useHandler();
 }
@@ -122,6 +123,8 @@ Outcome FeedPlayer::play(const FeedLine &line)
     if (name == QLatin1String("VmDatabase")) {
         open(line.database);
     } else if (name == QLatin1String("~VmDatabase")) {
+        if (m_following == FollowsChanges)
+            outcome.changes = open(line.database).copy.follow({QStringLiteral("clear")}, open(line.database).database);
         m_databases.erase(line.database);
     } else if (Database &database = open(line.database); database.isClosed && operation->needsOpen) {
         outcome.error = QStringLiteral("%1 after clear, expected an open database").arg(name);
@@ -133,6 +136,11 @@ Outcome FeedPlayer::play(const FeedLine &line)
     }
     m_emitted = nullptr;
     deleteRemoved();
+    if (m_following == FollowsChanges && outcome.error.isEmpty() && operation->play) {
+        QStringList unseen;
+        sink = &unseen;
+        outcome.changes = open(line.database).copy.follow(line.call, open(line.database).database);
+    }
     sink = previous;
     return outcome;
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "feedline.h"
+#include "storecopy.h"
 
 #include <vmdatabase/vmdatabase.h>
 
@@ -16,7 +17,8 @@ struct Outcome
     QJsonValue answer = QJsonValue(QJsonValue::Undefined); ///< Undefined if the operation has none.
     QStringList log;                                       ///< As FeedLine has it.
     QStringList emitted;
-    QString error; ///< Why the call could not be made; nothing has changed then.
+    QVector<Change> changes; ///< Only if the player follows changes.
+    QString error;           ///< Why the call could not be made; nothing has changed then.
 };
 
 /// Keeps the library's log lines from the client's message handler while it lives: looking at a store is not part of
@@ -44,7 +46,11 @@ class FeedPlayer
     Q_DISABLE_COPY(FeedPlayer)
 
 public:
-    FeedPlayer();
+    enum Following {
+        IgnoresChanges,
+        FollowsChanges, ///< Finds what each call changed, and knows everything that is stored.
+    };
+    explicit FeedPlayer(Following following = IgnoresChanges);
     ~FeedPlayer();
 
     /// Plays one line. A call is made, a case begins with empty databases, and all else does nothing.
@@ -59,14 +65,19 @@ public:
     /// Whether the feed has closed it, which leaves nothing to look at.
     bool isClosed(int number = 1) { return open(number).isClosed; }
 
+    /// What is stored in it; empty unless the player follows changes.
+    const StoreCopy &stored(int number = 1) { return open(number).copy; }
+
 private:
     struct Database
     {
         VmDatabase database;
         bool isClosed = false;
+        StoreCopy copy;
     };
     Database &open(int number);
 
+    const Following m_following;
     std::map<int, std::unique_ptr<Database>> m_databases;
     QStringList *m_emitted = nullptr; // of the call that is being made
 };
