@@ -30,12 +30,60 @@ static void compareLines(const char *what, const QStringList &played, const QStr
     }
 }
 
+void Check::follow(const FeedLine &line)
+{
+    const qint64 number = *line.entered;
+    if (!m_highest || number > *m_highest) {
+        for (qint64 missing = std::max(m_highest.value_or(number - 1) + 1, number - reach); missing < number; ++missing)
+            m_missing.insert(missing);
+        m_missing.erase(m_missing.begin(), m_missing.lower_bound(number - reach));
+        m_highest = number;
+    } else {
+        m_missing.erase(number);
+    }
+    m_recent.push_back(line);
+    if (m_recent.size() > reach)
+        m_recent.pop_front();
+}
+
+// Calls that only read leave each other's answers alone.
+static bool changesAnswers(const FeedLine &line)
+{
+    const QString name = line.operation();
+    return !name.startsWith(QLatin1String("get")) && !name.startsWith(QLatin1String("print")) &&
+           !name.startsWith(QLatin1String("build"));
+}
+
+QString Check::overlap(const FeedLine &line) const
+{
+    if (!line.entered)
+        return {};
+    const auto overlaps = [&](const FeedLine &other) {
+        return *other.entered > *line.entered ||
+               (other.thread != line.thread && other.at && other.took && line.at && *other.entered != *line.entered &&
+                *other.at + *other.took / 1e6 > *line.at);
+    };
+    for (auto other = m_recent.crbegin(); other != m_recent.crend(); ++other) {
+        if (other->database == line.database && changesAnswers(*other) && overlaps(*other))
+            return QStringLiteral("; %1%2 ran at the same time, so their order is not certain")
+                .arg(describeCall(other->call),
+                     other->thread.isEmpty() ? QString() : QStringLiteral(" of thread ") + other->thread);
+    }
+    if (!m_missing.empty() && *m_missing.begin() < *line.entered)
+        return QStringLiteral(
+                   "; a call that had begun before (\"entered\": %1) still ran, so their order is not certain")
+            .arg(*m_missing.begin());
+    return {};
+}
+
 QStringList Check::compare(const FeedLine &recorded, const Outcome &played)
 {
     if (recorded.kind == FeedLine::About)
         m_complete = m_complete || recorded.about.value(QLatin1String("complete")).toBool();
     if (recorded.kind != FeedLine::Call)
         return {};
+    if (recorded.entered)
+        follow(recorded);
     const bool hasAnswer = !recorded.answer.isUndefined();
     if (!hasAnswer && !recorded.log && !recorded.emitted && !m_complete)
         return {};
@@ -52,8 +100,12 @@ QStringList Check::compare(const FeedLine &recorded, const Outcome &played)
         compareLines("logs", played.log, recorded.log.value_or(QStringList()), found);
     if (recorded.emitted || m_complete)
         compareLines("emits", played.emitted, recorded.emitted.value_or(QStringList()), found);
+    if (found.isEmpty())
+        return found;
+    ++m_different;
+    const QString call = describeCall(recorded.call) + QLatin1Char(' ');
+    const QString reason = overlap(recorded);
     for (QString &difference : found)
-        difference.prepend(describeCall(recorded.call) + QLatin1Char(' '));
-    m_different += int(!found.isEmpty());
+        difference = call + difference + reason;
     return found;
 }

@@ -107,7 +107,9 @@ FeedLine parseLine(const QByteArray &line)
     // A document is an array or an object; "clear" is JSON all the same.
     if (QJsonDocument::fromJson('[' + text + ']').array().size() == 1)
         return invalid(QStringLiteral("not a call"));
-    return invalid(QStringLiteral("not JSON (%1)").arg(error.errorString()), line.indexOf(text) + error.offset);
+    // Qt counts the character that it stopped at, but not where it expected a number.
+    const int offset = error.offset + int(error.error == QJsonParseError::IllegalNumber);
+    return invalid(QStringLiteral("not JSON (%1)").arg(error.errorString()), line.indexOf(text) + offset);
 }
 
 static void append(QByteArray &json, const char *name, const std::optional<QStringList> &texts)

@@ -96,6 +96,19 @@ QList<int> FeedPlayer::databases() const
     return numbers;
 }
 
+bool FeedPlayer::isClosed(int number) const
+{
+    const auto it = m_databases.find(number);
+    return it != m_databases.cend() && it->second->isClosed;
+}
+
+const StoreCopy &FeedPlayer::stored(int number) const
+{
+    static const StoreCopy nothing;
+    const auto it = m_databases.find(number);
+    return it == m_databases.cend() ? nothing : it->second->copy;
+}
+
 Outcome FeedPlayer::play(const FeedLine &line)
 {
     Outcome outcome;
@@ -120,11 +133,14 @@ Outcome FeedPlayer::play(const FeedLine &line)
     }
     QStringList *const previous = std::exchange(sink, &outcome.log);
     m_emitted = &outcome.emitted;
-    if (name == QLatin1String("VmDatabase")) {
+    if (!operation->play && line.call.size() > 1) {
+        outcome.error = QStringLiteral("%1: expected no arguments").arg(name);
+    } else if (name == QLatin1String("VmDatabase")) {
         open(line.database);
     } else if (name == QLatin1String("~VmDatabase")) {
+        Database &database = open(line.database);
         if (m_following == FollowsChanges)
-            outcome.changes = open(line.database).copy.follow({QStringLiteral("clear")}, open(line.database).database);
+            outcome.changes = database.copy.follow({QStringLiteral("clear")}, database.database);
         m_databases.erase(line.database);
     } else if (Database &database = open(line.database); database.isClosed && operation->needsOpen) {
         outcome.error = QStringLiteral("%1 after clear, expected an open database").arg(name);
@@ -132,6 +148,7 @@ Outcome FeedPlayer::play(const FeedLine &line)
         const Answer answer = operation->play(*operation, database.database, line.call);
         outcome.answer = answer.value;
         outcome.error = answer.error;
+        outcome.nanoseconds = answer.nanoseconds;
         database.isClosed = database.isClosed || (name == QLatin1String("clear") && outcome.error.isEmpty());
     }
     m_emitted = nullptr;

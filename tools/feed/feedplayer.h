@@ -19,6 +19,7 @@ struct Outcome
     QStringList emitted;
     QVector<Change> changes; ///< Only if the player follows changes.
     QString error;           ///< Why the call could not be made; nothing has changed then.
+    qint64 nanoseconds = 0;  ///< How long the call itself took.
 };
 
 /// Keeps the library's log lines from the client's message handler while it lives: looking at a store is not part of
@@ -59,14 +60,14 @@ public:
     /// The numbers of the databases that the feed has mentioned and not destroyed.
     QList<int> databases() const;
 
-    /// One of them; an empty database for any other number.
+    /// One of them. With any other number a new one begins.
     VmDatabase &database(int number = 1) { return open(number).database; }
 
     /// Whether the feed has closed it, which leaves nothing to look at.
-    bool isClosed(int number = 1) { return open(number).isClosed; }
+    bool isClosed(int number = 1) const;
 
-    /// What is stored in it; empty unless the player follows changes.
-    const StoreCopy &stored(int number = 1) { return open(number).copy; }
+    /// What is stored in it; nothing unless the player follows changes, and nothing in one that is not there.
+    const StoreCopy &stored(int number = 1) const;
 
 private:
     struct Database

@@ -20,7 +20,7 @@ struct Name
 #define NAME(kind, name)                                                                                               \
     Name                                                                                                               \
     {                                                                                                                  \
-        NamedNumbers::kind, VdiVM::name, QLatin1String(#name)                                                          \
+        NamedNumbers::kind, VdiVM::name, QLatin1String(#name, int(sizeof(#name)) - 1)                                  \
     }
 
 static constexpr std::array names{

@@ -7,6 +7,7 @@
 
 #include <vmdatabase/vmdatabase.h>
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QHash>
 
 #include <algorithm>
@@ -105,6 +106,25 @@ static QString wrongCount(const Operation &operation, int given)
              kinds.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(kinds.join(QStringLiteral(", "))));
 }
 
+namespace {
+class Stopwatch
+{
+public:
+    explicit Stopwatch(qint64 &nanoseconds)
+        : m_nanoseconds(nanoseconds)
+    {
+        m_timer.start();
+    }
+    ~Stopwatch() { m_nanoseconds = m_timer.nsecsElapsed(); }
+
+private:
+    Q_DISABLE_COPY(Stopwatch)
+
+    qint64 &m_nanoseconds;
+    QElapsedTimer m_timer;
+};
+} // namespace
+
 template <typename Result, typename... Parameters>
 static Answer play(const Operation &operation, VmDatabase &database, Result (VmDatabase::*function)(Parameters...),
                    const QJsonArray &call)
@@ -124,7 +144,10 @@ static Answer play(const Operation &operation, VmDatabase &database, Result (VmD
     if (!answer.error.isEmpty())
         return answer;
 
-    const auto apply = [&](auto &...argument) { return (database.*function)(argument...); };
+    const auto apply = [&](auto &...argument) {
+        const Stopwatch stopwatch(answer.nanoseconds);
+        return (database.*function)(argument...);
+    };
     if constexpr (std::is_void_v<Result>) {
         std::apply(apply, arguments);
     } else if constexpr ((... || isOutput<Parameters>)) {
@@ -266,5 +289,5 @@ QString describeCall(const QJsonArray &call)
         else
             arguments << shortJson(value);
     }
-    return name + QLatin1Char('(') + arguments.join(QStringLiteral(", ")) + QLatin1Char(')');
+    return name + QLatin1Char('(') + arguments.join(QLatin1Char(',')) + QLatin1Char(')');
 }

@@ -18,6 +18,7 @@ struct Answer
 {
     QJsonValue value = QJsonValue(QJsonValue::Undefined);
     QString error;
+    qint64 nanoseconds = 0; ///< How long the call itself took.
 };
 
 /// A public operation of VmDatabase as a feed calls it. The names are those of the header.
@@ -42,5 +43,5 @@ const Operation *findOperation(const QString &name);
 /// The operation whose name is most like \a name; empty if none is.
 QString similarOperation(const QString &name);
 
-/// \a call as a person reads it: getPoolNodeValue("p-10", HiddenKey). Long texts are shortened.
+/// \a call as a person reads it: getPoolNodeValue("p-10",HiddenKey). Long texts are shortened.
 QString describeCall(const QJsonArray &call);
