@@ -71,3 +71,11 @@ bool numberOf(const QString &name, NamedNumbers kind, int *number)
     *number = it->number;
     return true;
 }
+
+int numberIn(const QJsonValue &value, NamedNumbers kind)
+{
+    int number = value.toInt();
+    if (value.isString())
+        numberOf(value.toString(), kind, &number);
+    return number;
+}

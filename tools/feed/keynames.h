@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <QtCore/QJsonValue>
 #include <QtCore/QString>
 
 /// The names that VdiVM gives to numbers. A feed for tests may use them in the place of the number.
@@ -18,3 +19,6 @@ QString nameOf(int number, NamedNumbers kind);
 
 /// The number called \a name; whether there is one.
 bool numberOf(const QString &name, NamedNumbers kind, int *number);
+
+/// The number that \a value is or names; 0 if it is neither.
+int numberIn(const QJsonValue &value, NamedNumbers kind);

@@ -24,11 +24,13 @@ public:
         , m_call(call)
     {}
 
-    void poolCall();       // parentUuid or uuid, key
-    void nodeCall();       // parentUuid, uuid, type, key
-    void policyCall();     // parentUuid, uuid, type, key
-    void poolMention();    // parentUuid
-    void decision();       // all pools
+    void poolCall();    // parentUuid or uuid, key
+    void nodeCall();    // parentUuid, uuid, type, key
+    void policyCall();  // parentUuid, uuid, type, key
+    void poolMention(); // parentUuid
+    void turnWheel();   // group
+    void dealGroups();
+    void dealPools();
     void removeNode();     // uuid
     void removeServer();   // serverIp
     void removeChildren(); // parentUuid
@@ -46,33 +48,25 @@ public:
 
 private:
     QString text(int argument) const { return m_call.at(argument).toString(); }
-    int number(int argument, NamedNumbers names) const;
+    int number(int argument, NamedNumbers names) const { return numberIn(m_call.at(argument), names); }
 
     bool findPool(const QString &uuid);
     bool itemExists(const QString &pool, const QString &item, const QString &knownUuid) const;
     bool findItem(const QString &pool, const QString &item);
     void read(const QString &pool, int key);
+    void read(const QString &pool, StoreCopy::Values &values, int key);
     void read(const QString &pool, const QString &item, int key);
     void removePool(const QString &uuid);
     void removeItem(const QString &pool, const QString &item);
 
     static QString known(const StoreCopy::Values &values, int key) { return values.value(key); }
     void add(Change change);
-    void addValue(StoreCopy::Values &values, int key, const QString &after, Change change);
+    void addValue(StoreCopy::Values &values, int key, const QString &after, const Change &where);
 
     StoreCopy &m_copy;
     VmDatabase &m_database;
     const QJsonArray &m_call;
 };
-
-int Follower::number(int argument, NamedNumbers names) const
-{
-    const QJsonValue value = m_call.at(argument);
-    int number = value.toInt();
-    if (value.isString())
-        numberOf(value.toString(), names, &number);
-    return number;
-}
 
 void Follower::add(Change change)
 {
@@ -80,26 +74,30 @@ void Follower::add(Change change)
 }
 
 // What the library answers under a key, in the place of what was known.
-void Follower::addValue(StoreCopy::Values &values, int key, const QString &after, Change change)
+void Follower::addValue(StoreCopy::Values &values, int key, const QString &after, const Change &where)
 {
     const auto it = values.constFind(key);
     const QString before = it == values.cend() ? QString() : *it;
     if (before.isNull() == after.isNull() && before == after)
         return;
     values.insert(key, after);
-    change.key = key;
-    change.before = before;
-    change.after = after;
-    const QString &uuid = change.item ? *change.item : change.id;
-    if (change.kind == Change::Value && change.table == Change::Pools && key == VdiVM::UuidKey && before.isNull() &&
-        after == uuid)
-        return;
-    add(change);
+    const bool isPoolOrItem = where.kind == Change::Value && where.table == Change::Pools;
+    if (isPoolOrItem && key == VdiVM::UuidKey && before.isNull() && after == where.item.value_or(where.id))
+        return; // goes without saying
+    changes << where;
+    changes.last().key = key;
+    changes.last().before = before;
+    changes.last().after = after;
 }
 
 void Follower::read(const QString &pool, int key)
 {
-    addValue(m_copy.pools[pool].values, key, m_database.getPoolNodeValue(pool, key),
+    read(pool, m_copy.pools[pool].values, key);
+}
+
+void Follower::read(const QString &pool, StoreCopy::Values &values, int key)
+{
+    addValue(values, key, m_database.getPoolNodeValue(pool, key),
              {Change::Pools, Change::Value, pool, {}, 0, 0, {}, {}});
 }
 
@@ -193,12 +191,26 @@ void Follower::poolMention()
     findPool(text(1));
 }
 
-void Follower::decision()
+void Follower::turnWheel()
 {
-    const QList<QString> pools = m_copy.pools.keys();
-    for (const QString &pool : pools) {
-        read(pool, VdiVM::FailedToConnectKey);
-        read(pool, VdiVM::HiddenKey);
+    const QString group = text(1);
+    for (auto pool = m_copy.pools.begin(); pool != m_copy.pools.end(); ++pool) {
+        if (known(pool->values, VdiVM::GroupKey) == group)
+            read(pool.key(), pool->values, VdiVM::HiddenKey);
+    }
+}
+
+void Follower::dealGroups()
+{
+    for (auto pool = m_copy.pools.begin(); pool != m_copy.pools.end(); ++pool)
+        read(pool.key(), pool->values, VdiVM::HiddenKey);
+}
+
+void Follower::dealPools()
+{
+    for (auto pool = m_copy.pools.begin(); pool != m_copy.pools.end(); ++pool) {
+        read(pool.key(), pool->values, VdiVM::FailedToConnectKey);
+        read(pool.key(), pool->values, VdiVM::HiddenKey);
     }
 }
 
@@ -361,9 +373,9 @@ QVector<Change> StoreCopy::follow(const QJsonArray &call, VmDatabase &database)
         {QStringLiteral("setNodeValue"), &Follower::nodeCall},
         {QStringLiteral("resetNodeValue"), &Follower::nodeCall},
         {QStringLiteral("setPolicyValue"), &Follower::policyCall},
-        {QStringLiteral("wheelVmGroup"), &Follower::decision},
-        {QStringLiteral("dealVmPools"), &Follower::decision},
-        {QStringLiteral("dealVmGroupPool"), &Follower::decision},
+        {QStringLiteral("wheelVmGroup"), &Follower::turnWheel},
+        {QStringLiteral("dealVmPools"), &Follower::dealPools},
+        {QStringLiteral("dealVmGroupPool"), &Follower::dealGroups},
         {QStringLiteral("removeNode"), &Follower::removeNode},
         {QStringLiteral("removeNodesByServerIp"), &Follower::removeServer},
         {QStringLiteral("removeChildrenByParentUuid"), &Follower::removeChildren},
