@@ -41,15 +41,16 @@ void Check::follow(const FeedLine &line)
     } else {
         m_missing.erase(number);
     }
-    m_recent.push_back(line);
+    m_recent.push_back(
+        {line.call, line.thread, line.database, number, line.at && line.took ? *line.at + *line.took / 1e6 : 0});
     if (m_recent.size() > reach)
         m_recent.pop_front();
 }
 
 // Calls that only read leave each other's answers alone.
-static bool changesAnswers(const FeedLine &line)
+static bool changesAnswers(const QJsonArray &call)
 {
-    const QString name = line.operation();
+    const QString name = call.at(0).toString();
     return !name.startsWith(QLatin1String("get")) && !name.startsWith(QLatin1String("print")) &&
            !name.startsWith(QLatin1String("build"));
 }
@@ -58,13 +59,11 @@ QString Check::overlap(const FeedLine &line) const
 {
     if (!line.entered)
         return {};
-    const auto overlaps = [&](const FeedLine &other) {
-        return *other.entered > *line.entered ||
-               (other.thread != line.thread && other.at && other.took && line.at && *other.entered != *line.entered &&
-                *other.at + *other.took / 1e6 > *line.at);
+    const auto overlaps = [&line](const Call &other) {
+        return other.entered > *line.entered || (other.thread != line.thread && line.at && other.end > *line.at);
     };
     for (auto other = m_recent.crbegin(); other != m_recent.crend(); ++other) {
-        if (other->database == line.database && changesAnswers(*other) && overlaps(*other))
+        if (other->database == line.database && changesAnswers(other->call) && overlaps(*other))
             return QStringLiteral("; %1%2 ran at the same time, so their order is not certain")
                 .arg(describeCall(other->call),
                      other->thread.isEmpty() ? QString() : QStringLiteral(" of thread ") + other->thread);

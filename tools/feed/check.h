@@ -26,8 +26,16 @@ private:
     void follow(const FeedLine &line);
     QString overlap(const FeedLine &line) const;
 
+    struct Call
+    {
+        QJsonArray call;
+        QString thread;
+        int database;
+        qint64 entered;
+        double end; // in seconds; 0 if it is not known
+    };
     static constexpr int reach = 1000; // calls further away from each other are not compared
-    std::deque<FeedLine> m_recent;     // with `entered`, the newest last
+    std::deque<Call> m_recent;         // the newest last
     std::set<qint64> m_missing;        // numbers below the highest of which no line was read yet
     std::optional<qint64> m_highest;
     bool m_complete = false;

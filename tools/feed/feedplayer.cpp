@@ -152,7 +152,8 @@ Outcome FeedPlayer::play(const FeedLine &line)
         database.isClosed = database.isClosed || (name == QLatin1String("clear") && outcome.error.isEmpty());
     }
     m_emitted = nullptr;
-    deleteRemoved();
+    if (operation->removes)
+        deleteRemoved();
     if (m_following == FollowsChanges && outcome.error.isEmpty() && operation->play) {
         QStringList unseen;
         sink = &unseen;

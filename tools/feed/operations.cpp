@@ -169,9 +169,11 @@ static Answer play(const Operation &operation, VmDatabase &database, const QJson
 static Operation makeOperation(const char *name, const char *parameters, NamedNumbers keys, bool needsOpen,
                                decltype(Operation::play) play)
 {
+    const QString text = QString::fromLatin1(name);
     const QString names = QString::fromLatin1(parameters);
-    return {QString::fromLatin1(name), names.isEmpty() ? QStringList() : names.split(QLatin1Char(' ')), keys, needsOpen,
-            play};
+    const bool removes = text.startsWith(QLatin1String("remove")) || text.startsWith(QLatin1String("delete")) ||
+                         text.startsWith(QLatin1String("clear")) || text.startsWith(QLatin1Char('~'));
+    return {text, names.isEmpty() ? QStringList() : names.split(QLatin1Char(' ')), keys, needsOpen, removes, play};
 }
 
 #define OPERATION(name, keys, parameters)                                                                              \

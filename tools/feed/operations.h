@@ -28,6 +28,7 @@ struct Operation
     QStringList parameters; ///< Without one that the operation writes to.
     NamedNumbers keys;      ///< What a parameter `key` is.
     bool needsOpen;         ///< Whether it must not be called on a closed database.
+    bool removes;           ///< Whether it may leave something behind that an event loop would delete.
 
     /// Calls it with all but the first element of \a call, which is the operation's name. Null for the constructor and
     /// the destructor, which are the player's.
