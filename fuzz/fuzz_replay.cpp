@@ -6,8 +6,8 @@
 
 #include "feed/check.h"
 #include "feed/feedreader.h"
+#include "feed/tree.h"
 #include "fuzztarget.h"
-#include "replay/tree.h"
 
 #include <QtCore/QBuffer>
 
@@ -50,6 +50,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                 "an outcome that is not as it was recorded");
     }
     require(reader.position() == qint64(size), "a feed that is not read to its end");
-    drawTree(readTree(player), player);
+    const QList<int> databases = player.databases();
+    for (const int number : databases)
+        drawTree(player.stored(number));
     return 0;
 }

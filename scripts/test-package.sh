@@ -50,7 +50,7 @@ expect '"Office" ("machine-1")' "$dir/consumer"
 expect "" g++ -std=c++17 -fPIC "$client" $(pkg-config --cflags --libs vmdatabase) -o "$dir/pkgconfig-client"
 expect '"Office" ("machine-1")' "$dir/pkgconfig-client"
 
-expect 'getVmPoolNameList -> ["p-' vmdatabase-replay examples/feeds/desktops.jsonl
+expect 'getVmPoolNameList() -> ["p-' vmdatabase-replay examples/feeds/desktops.jsonl
 
 # The man page, which tells every option, is read from the package: slim machines are set up to leave man pages out.
 page=$(dpkg-deb --fsys-tarfile "${files[2]}" | tar --extract --to-stdout ./usr/share/man/man1/vmdatabase-replay.1.gz | zcat)

@@ -276,20 +276,28 @@ QString similarOperation(const QString &name)
     return similar;
 }
 
+// A number that has a name, or the name in its place.
+static QString describeNumber(const QJsonValue &value, NamedNumbers kind)
+{
+    int number = value.toInt();
+    if (value.isString() ? numberOf(value.toString(), kind, &number) : value.isDouble())
+        return nameOf(number, kind);
+    return shortJson(value);
+}
+
 QString describeCall(const QJsonArray &call)
 {
     const QString name = call.at(0).toString();
     const Operation *operation = findOperation(name);
     QStringList arguments;
     for (int i = 1; i < call.size(); ++i) {
-        const QJsonValue value = call.at(i);
         const QString parameter = operation ? operation->parameters.value(i - 1) : QString();
-        if (value.isDouble() && parameter == QLatin1String("key"))
-            arguments << nameOf(value.toInt(), operation->keys);
-        else if (value.isDouble() && parameter == QLatin1String("type") && operation->keys == NamedNumbers::NodeKeys)
-            arguments << nameOf(value.toInt(), NamedNumbers::VmTypes);
+        if (parameter == QLatin1String("key"))
+            arguments << describeNumber(call.at(i), operation->keys);
+        else if (parameter == QLatin1String("type") && operation->keys == NamedNumbers::NodeKeys)
+            arguments << describeNumber(call.at(i), NamedNumbers::VmTypes);
         else
-            arguments << shortJson(value);
+            arguments << shortJson(call.at(i));
     }
     return name + QLatin1Char('(') + arguments.join(QLatin1Char(',')) + QLatin1Char(')');
 }

@@ -10,9 +10,14 @@ struct Options
 {
     QStringList files;
     qint64 until = 0; ///< The last line to play; 0 for all.
+    QString explain;  ///< A pool; null for none.
+    QString history;  ///< What of; null for none.
+    QString dumpPool;
     bool check = false;
     bool diff = false;
+    bool dump = false;
     bool json = false;
+    bool lint = false;
     bool log = false;
     bool quiet = false;
     bool stats = false;

@@ -3,6 +3,8 @@
 
 #include "output.h"
 
+#include "feed/json.h"
+
 #include <unistd.h>
 
 #include <cstdio>
@@ -11,6 +13,16 @@ void print(const QString &text)
 {
     const QByteArray bytes = text.toUtf8();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+}
+
+void printLine(const QString &line)
+{
+    print(line + QLatin1Char('\n'));
+}
+
+void printLine(const QJsonObject &object)
+{
+    printLine(compactJson(object));
 }
 
 void report(const QString &text)

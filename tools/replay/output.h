@@ -4,10 +4,15 @@
 #pragma once
 
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QJsonObject>
 #include <QtCore/QString>
 
 /// Writes \a text to standard output.
 void print(const QString &text);
+
+/// Writes a line there.
+void printLine(const QString &line);
+void printLine(const QJsonObject &object);
 
 /// Writes \a text as a line to standard error, behind all that was printed before.
 void report(const QString &text);

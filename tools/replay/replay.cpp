@@ -4,10 +4,7 @@
 #include "replay.h"
 
 #include "feed/feedreader.h"
-#include "feed/json.h"
-#include "feed/operations.h"
 #include "inputfile.h"
-#include "tree.h"
 #include "views.h"
 
 #include <sys/resource.h>
@@ -22,12 +19,10 @@ static bool isTyped(const Options &options)
 Replay::Replay(const Options &options)
     : m_options(options)
     , m_progress((options.quiet || isatty(STDOUT_FILENO) != 1) && !isTyped(options))
+    , m_player(needChanges(options) ? FeedPlayer::FollowsChanges : FeedPlayer::IgnoresChanges)
+    , m_views(makeViews(options, m_player))
 {
     m_timer.start();
-    if (!options.quiet)
-        m_views.push_back(std::make_unique<AnswersView>(options.json));
-    if (options.check)
-        m_views.push_back(std::make_unique<CheckView>(options.json));
 }
 
 bool Replay::run(const volatile int &interrupted)
@@ -41,10 +36,10 @@ bool Replay::run(const volatile int &interrupted)
     m_progress.hide();
     if (m_badLines > 1)
         report(QStringLiteral("%1 lines are not good calls").arg(m_badLines));
-    for (const auto &view : m_views)
-        m_isGood = view->finish() && m_isGood;
-    if (m_options.tree && m_isReadable && (m_isGood || !m_options.strict))
-        printTree();
+    if (m_isReadable && (m_isGood || !m_options.strict)) {
+        for (const auto &view : m_views)
+            m_isGood = view->finish() && m_isGood;
+    }
     if (m_options.stats)
         printStats();
     return m_isGood;
@@ -87,7 +82,7 @@ void Replay::playLine(const FeedLine &line)
     const Outcome outcome = m_player.play(line);
     if (line.kind == FeedLine::Case)
         m_case = line.about.value(QLatin1String("case")).toString();
-    const Played played{m_file, m_line, m_case, line, outcome};
+    const Played played{{{m_file, m_line}, line, outcome, m_player.stored(line.database)}, m_case};
     if (!outcome.log.isEmpty())
         writeLog(played);
     if (!outcome.error.isEmpty())
@@ -106,7 +101,7 @@ void Replay::writeLog(const Played &played)
         if (!m_options.log && (m_options.check || text.startsWith(QLatin1String("info: "))))
             continue;
         m_progress.hide();
-        report(played.place() + QStringLiteral(": ") + text);
+        report(toText(played.place) + QStringLiteral(": ") + text);
     }
 }
 
@@ -117,15 +112,6 @@ void Replay::reportLine(const FeedLine &line, const QString &error)
     m_isGood = false;
     const QString column = line.column > 0 ? QStringLiteral(":%1").arg(line.column) : QString();
     report(QStringLiteral("%1:%2%3: ").arg(m_file, QString::number(m_line), column) + error);
-}
-
-void Replay::printTree()
-{
-    const QJsonObject tree = readTree(m_player);
-    if (m_options.json)
-        print(compactJson(QJsonObject{{QStringLiteral("tree"), tree}}) + QLatin1Char('\n'));
-    else
-        print(drawTree(tree, m_player));
 }
 
 void Replay::printStats()
@@ -145,7 +131,7 @@ void Replay::printStats()
                                 {QStringLiteral("readSeconds"), reading},
                                 {QStringLiteral("otherSeconds"), rest},
                                 {QStringLiteral("peakMegabytes"), peakMegabytes}};
-        print(compactJson(QJsonObject{{QStringLiteral("stats"), stats}}) + QLatin1Char('\n'));
+        printLine({{QStringLiteral("stats"), stats}});
         return;
     }
     print(QStringLiteral("%1 calls: %2 s in the library, %3 us each. Besides: %4 s reading, %5 s all else. "

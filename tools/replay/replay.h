@@ -24,7 +24,6 @@ private:
     void playLine(const FeedLine &line);
     void writeLog(const Played &played);
     void reportLine(const FeedLine &line, const QString &error);
-    void printTree();
     void printStats();
 
     const Options m_options;

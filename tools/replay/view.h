@@ -3,24 +3,18 @@
 
 #pragma once
 
-#include "feed/feedplayer.h"
+#include "feed/playedcall.h"
 
-/// One line of a feed, and what came of it.
-struct Played
+/// One line of a feed, what came of it, and the case that it belongs to.
+struct Played : PlayedCall
 {
-    const QString &file;
-    qint64 number;
-    const QString &caseName; ///< Of the case that the line belongs to; empty if there is none.
-    const FeedLine &line;
-    const Outcome &outcome;
-
-    QString place() const { return file + QLatin1Char(':') + QString::number(number); }
+    QString caseName; ///< Empty if there is none.
 
     /// What stands before a message about the line: place, case and database, as far as there are several.
     QString heading() const;
 };
 
-/// What the program was asked to look for. It sees each call that was played, and prints at once or in the end.
+/// What the program was asked to look for. It sees each line that was played, and prints at once or in the end.
 class View
 {
     Q_DISABLE_COPY(View)

@@ -3,36 +3,14 @@
 
 #pragma once
 
-#include "feed/check.h"
+#include "options.h"
 #include "view.h"
 
-/// Prints what calls answer and emit.
-class AnswersView : public View
-{
-public:
-    explicit AnswersView(bool json)
-        : m_json(json)
-    {}
-    void follow(const Played &played) override;
+#include <memory>
+#include <vector>
 
-private:
-    void printJson(const Played &played, const QString &member, const QJsonValue &value) const;
+/// What \a options ask for, in the order in which it is printed.
+std::vector<std::unique_ptr<View>> makeViews(const Options &options, const FeedPlayer &player);
 
-    const bool m_json;
-};
-
-/// Prints what differs from what was recorded.
-class CheckView : public View
-{
-public:
-    explicit CheckView(bool json)
-        : m_json(json)
-    {}
-    void follow(const Played &played) override;
-    bool finish() override;
-
-private:
-    const bool m_json;
-    Check m_check;
-    qint64 m_calls = 0;
-};
+/// Whether one of the views needs to know what each call changed.
+bool needChanges(const Options &options);
