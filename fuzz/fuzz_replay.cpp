@@ -1,13 +1,15 @@
 // SPDX-FileCopyrightText: 2026 The vmdatabase authors
 // SPDX-License-Identifier: MIT
 
-// Plays an input as a feed, line by line, as the replay program does, and draws what is stored in the end.
+// Plays an input as a feed, line by line, writes what came of each call and compares it with itself, and draws what is
+// stored in the end.
 
-#include "feed/feedplayer.h"
+#include "feed/check.h"
+#include "feed/feedreader.h"
+#include "feed/tree.h"
 #include "fuzztarget.h"
-#include "replay/tree.h"
 
-#include <QtCore/QJsonDocument>
+#include <QtCore/QBuffer>
 
 static void require(bool right, const char *what)
 {
@@ -17,19 +19,39 @@ static void require(bool right, const char *what)
     std::abort();
 }
 
+// Two lines that say the same, as far as a line is written.
+static bool isSame(const FeedLine &a, const FeedLine &b)
+{
+    return a.kind == b.kind && a.call == b.call && a.answer == b.answer && a.log == b.log && a.emitted == b.emitted &&
+           a.database == b.database && a.thread == b.thread;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    FeedPlayer player;
-    const QByteArray feed(reinterpret_cast<const char *>(data), int(size));
-    for (const QByteArray &line : feed.split('\n')) {
-        const FeedPlayer::Line played = player.play(line);
-        const Outcome &outcome = played.outcome;
-        require(outcome.answer.isUndefined() || (outcome.error.isEmpty() && !played.operation.isEmpty()),
-                "an answer without a good call");
-        const QByteArray json = compactJson(outcome.answer.isUndefined() ? QJsonValue() : outcome.answer).toUtf8();
-        require(QJsonDocument::fromJson('[' + json + ']').isArray(), "an answer that is no JSON");
-        calls += outcome.error.isEmpty() && !played.operation.isEmpty();
+    FeedPlayer player(FeedPlayer::FollowsChanges);
+    Check check;
+    QByteArray feed(reinterpret_cast<const char *>(data), int(size));
+    QBuffer file(&feed);
+    file.open(QIODevice::ReadOnly);
+    FeedReader reader(file);
+    for (FeedLine line; reader.next(line);) {
+        const Outcome outcome = player.play(line);
+        const bool isGood = line.kind == FeedLine::Call && outcome.error.isEmpty();
+        require(outcome.answer.isUndefined() || isGood, "an answer without a good call");
+        check.compare(line, outcome);
+        calls += isGood;
+        if (line.kind != FeedLine::Call)
+            continue;
+        require(isSame(parseLine(formatLine(line)), line), "a line that reads back as another one");
+        line.answer = outcome.answer;
+        line.log = outcome.log;
+        line.emitted = outcome.emitted;
+        require(!isGood || Check().compare(parseLine(formatLine(line)), outcome).isEmpty(),
+                "an outcome that is not as it was recorded");
     }
-    drawTree(readTree(player), player);
+    require(reader.position() == qint64(size), "a feed that is not read to its end");
+    const QList<int> databases = player.databases();
+    for (const int number : databases)
+        drawTree(player.stored(number));
     return 0;
 }

@@ -49,7 +49,7 @@ sed -n '/^```cpp$/,/^```$/{/^```/d;p}' README.md >"$dir/client.cpp"
 expect "" sh -c "cd '$dir' && $(grep -m1 '^g++ ' README.md)"
 expect '"Office" ("machine-1")' "$dir/client"
 
-expect 'getVmPoolNameList -> ["p-' vmdatabase-replay examples/feeds/desktops.jsonl
+expect 'getVmPoolNameList() -> ["p-' vmdatabase-replay examples/feeds/desktops.jsonl
 
 # The man page, which names every option, is read from the package: slim machines are set up to leave man pages out.
 page=$(dpkg-deb --fsys-tarfile "${files[2]}" | tar --extract --to-stdout ./usr/share/man/man1/vmdatabase-replay.1.gz | zcat)

@@ -4,6 +4,8 @@
 #include "testsupport.h"
 
 #include "feed/feedplayer.h"
+#include "feed/json.h"
+#include "feed/operations.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QJsonDocument>
@@ -49,10 +51,7 @@ void tst_Transcripts::play_data()
 void tst_Transcripts::play()
 {
     QFETCH(QStringList, lines);
-    LogCapture log;
     FeedPlayer player;
-    QStringList signalled;
-    connect(&player.database(), &VmDatabase::remoteAppsUpdated, this, [&] { signalled << u"S: remoteAppsUpdated"_s; });
     for (int i = 0; i < lines.size();) {
         const QString call = lines[i].section(u" -> "_s, 0, 0);
         const QByteArray answer = lines[i].section(u" -> "_s, 1).toUtf8();
@@ -61,17 +60,22 @@ void tst_Transcripts::play()
             expected << lines[i];
 
         LiveObjects::ownLeftPolicies();
-        const FeedPlayer::Line played = player.play(call.toUtf8());
-        QVERIFY2(played.outcome.error.isEmpty() && !played.operation.isEmpty(),
-                 qPrintable(call + played.outcome.error));
+        const FeedLine line = parseLine(call.toUtf8());
+        const Outcome played = player.play(line);
+        QVERIFY2(played.error.isEmpty() && line.kind == FeedLine::Call, qPrintable(call + played.error));
         const QString context = call + u": "_s;
-        if (played.outcome.answer.isUndefined())
+        if (played.answer.isUndefined())
             QVERIFY2(answer.isEmpty(), qPrintable(context));
         else
-            QCOMPARE(context + compactJson(played.outcome.answer),
+            QCOMPARE(context + compactJson(played.answer),
                      context + compactJson(QJsonDocument::fromJson("[" + answer + "]").array().at(0)));
-        QCOMPARE(context + (log.take() + signalled).join(u'\n'), context + expected.join(u'\n'));
-        signalled.clear();
+        QStringList observed = played.log;
+        observed.replaceInStrings(QRegularExpression(u"^info: "_s), u"I: "_s)
+            .replaceInStrings(QRegularExpression(u"^critical: "_s), u"C: "_s)
+            .replaceInStrings(QRegularExpression(u"(error occur in: .*) -- [1-9][0-9]*$"_s), u"\\1 -- N"_s);
+        for (const QString &name : played.emitted)
+            observed << u"S: "_s + name;
+        QCOMPARE(context + observed.join(u'\n'), context + expected.join(u'\n'));
     }
     LiveObjects::ownLeftPolicies();
 }

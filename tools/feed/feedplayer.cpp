@@ -3,47 +3,162 @@
 
 #include "feedplayer.h"
 
+#include "json.h"
+#include "operations.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
-#include <QtCore/QJsonDocument>
 
-FeedPlayer::Line FeedPlayer::play(const QByteArray &line)
+// The message handler while any player or QuietLog lives. Lines of the library go to the list of the call that is being
+// made, all others to the handler that was there before.
+namespace {
+thread_local QStringList *sink = nullptr;
+int users = 0;
+QtMessageHandler previousHandler = nullptr;
+} // namespace
+
+static void handleLine(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
-    Line played;
-    const QByteArray text = line.trimmed();
-    if (text.isEmpty() || text.startsWith('#'))
-        return played;
-
-    QString &error = played.outcome.error;
-    const auto expected = QStringLiteral(", expected [\"operation\", argument, ...]");
-    QJsonParseError parseError;
-    const QJsonDocument document = QJsonDocument::fromJson(text, &parseError);
-    if (parseError.error != QJsonParseError::NoError) {
-        error = QStringLiteral("not JSON (%1)").arg(parseError.errorString()) + expected;
-        return played;
+    if (!sink || qstrcmp(context.category, "default") != 0) {
+        previousHandler(type, context, text);
+        return;
     }
-    QJsonArray arguments = document.array();
-    if (!document.isArray() || !arguments.at(0).isString()) {
-        error = QStringLiteral("not a call") + expected;
-        return played;
+    const char *severity = type == QtInfoMsg ? "info: " : type == QtCriticalMsg ? "critical: " : "other: ";
+    *sink << QLatin1String(severity) + text;
+}
+
+static void useHandler()
+{
+    if (++users == 1)
+        previousHandler = qInstallMessageHandler(handleLine);
+}
+
+static void releaseHandler()
+{
+    if (--users == 0)
+        qInstallMessageHandler(previousHandler);
+}
+
+QuietLog::QuietLog()
+    : m_previous(std::exchange(sink, &m_lines))
+{
+    useHandler();
+}
+
+QuietLog::~QuietLog()
+{
+    releaseHandler();
+    sink = m_previous;
+}
+
+// What an event loop would do with what a call removed. Qt keeps the spent entries of its queue until it is asked for
+// events of every type.
+static void deleteRemoved()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::sendPostedEvents();
+}
+
+FeedPlayer::FeedPlayer(Following following)
+    : m_following(following)
+{
+    useHandler();
+}
+
+FeedPlayer::~FeedPlayer()
+{
+    {
+        QuietLog quiet; // the feed has ended; that its databases go is not part of it
+        m_databases.clear();
+        deleteRemoved();
+    }
+    releaseHandler();
+}
+
+FeedPlayer::Database &FeedPlayer::open(int number)
+{
+    std::unique_ptr<Database> &database = m_databases[number];
+    if (!database) {
+        database = std::make_unique<Database>();
+        QObject::connect(&database->database, &VmDatabase::remoteAppsUpdated, &database->database, [this] {
+            if (m_emitted)
+                *m_emitted << QStringLiteral("remoteAppsUpdated");
+        });
+    }
+    return *database;
+}
+
+QList<int> FeedPlayer::databases() const
+{
+    QList<int> numbers;
+    for (const auto &entry : m_databases)
+        numbers << entry.first;
+    return numbers;
+}
+
+bool FeedPlayer::isClosed(int number) const
+{
+    const auto it = m_databases.find(number);
+    return it != m_databases.cend() && it->second->isClosed;
+}
+
+const StoreCopy &FeedPlayer::stored(int number) const
+{
+    static const StoreCopy nothing;
+    const auto it = m_databases.find(number);
+    return it == m_databases.cend() ? nothing : it->second->copy;
+}
+
+Outcome FeedPlayer::play(const FeedLine &line)
+{
+    Outcome outcome;
+    if (line.kind == FeedLine::Case) {
+        QuietLog quiet;
+        m_databases.clear();
+        deleteRemoved();
+    }
+    if (line.kind != FeedLine::Call) {
+        outcome.error = line.error;
+        return outcome;
     }
 
-    const QString name = arguments.takeAt(0).toString();
+    const QString name = line.operation();
     const Operation *operation = findOperation(name);
     if (!operation) {
-        error =
-            QStringLiteral("unknown operation %1, expected a public operation of VmDatabase").arg(compactJson(name));
-        return played;
+        const QString similar = similarOperation(name);
+        outcome.error = QStringLiteral("unknown operation %1, ").arg(shortJson(name)) +
+                        (similar.isEmpty() ? QStringLiteral("expected a public operation of VmDatabase")
+                                           : QStringLiteral("did you mean \"%1\"?").arg(similar));
+        return outcome;
     }
-    if (m_closed && operation->needsOpen) {
-        error = QStringLiteral("%1 after clear, expected an open database").arg(name);
-        return played;
+    QStringList *const previous = std::exchange(sink, &outcome.log);
+    m_emitted = &outcome.emitted;
+    if (!operation->play && line.call.size() > 1) {
+        outcome.error = QStringLiteral("%1: expected no arguments").arg(name);
+    } else if (name == QLatin1String("VmDatabase")) {
+        open(line.database);
+    } else if (name == QLatin1String("~VmDatabase")) {
+        Database &database = open(line.database);
+        if (m_following == FollowsChanges)
+            outcome.changes = database.copy.follow({QStringLiteral("clear")}, database.database);
+        m_databases.erase(line.database);
+    } else if (Database &database = open(line.database); database.isClosed && operation->needsOpen) {
+        outcome.error = QStringLiteral("%1 after clear, expected an open database").arg(name);
+    } else {
+        const Answer answer = operation->play(*operation, database.database, line.call);
+        outcome.answer = answer.value;
+        outcome.error = answer.error;
+        outcome.nanoseconds = answer.nanoseconds;
+        database.isClosed = database.isClosed || (name == QLatin1String("clear") && outcome.error.isEmpty());
     }
-    played.operation = name;
-    played.outcome = operation->call(m_database, arguments);
-    if (name == QLatin1String("clear") && error.isEmpty())
-        m_closed = true;
-    // No event loop runs here; what the call removed would otherwise stay until the end.
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    return played;
+    m_emitted = nullptr;
+    if (operation->removes)
+        deleteRemoved();
+    if (m_following == FollowsChanges && outcome.error.isEmpty() && operation->play) {
+        QStringList unseen;
+        sink = &unseen;
+        outcome.changes = open(line.database).copy.follow(line.call, open(line.database).database);
+    }
+    sink = previous;
+    return outcome;
 }

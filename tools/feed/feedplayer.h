@@ -3,32 +3,82 @@
 
 #pragma once
 
-#include "operations.h"
+#include "feedline.h"
+#include "storecopy.h"
 
 #include <vmdatabase/vmdatabase.h>
 
-#include <QtCore/QByteArray>
+#include <map>
+#include <memory>
 
-/// Plays a feed into a database of its own, one line at a time.
-class FeedPlayer
+/// What came of one call.
+struct Outcome
 {
+    QJsonValue answer = QJsonValue(QJsonValue::Undefined); ///< Undefined if the operation has none.
+    QStringList log;                                       ///< As FeedLine has it.
+    QStringList emitted;
+    QVector<Change> changes; ///< Only if the player follows changes.
+    QString error;           ///< Why the call could not be made; nothing has changed then.
+    qint64 nanoseconds = 0;  ///< How long the call itself took.
+};
+
+/// Keeps the library's log lines from the client's message handler while it lives: looking at a store is not part of
+/// what the feed did.
+class QuietLog
+{
+    Q_DISABLE_COPY(QuietLog)
+
 public:
-    struct Line
-    {
-        QString operation; ///< Empty for a line without a call: blank, a comment, or not understood.
-        Outcome outcome;
-    };
+    QuietLog();
+    ~QuietLog();
 
-    /// Plays one line: `["operation", argument, ...]`, a comment that begins with #, or nothing. What is not understood
-    /// or not allowed changes nothing.
-    Line play(const QByteArray &line);
-
-    VmDatabase &database() { return m_database; }
-
-    /// Whether the feed has closed the database, which leaves nothing to look at.
-    bool isClosed() const { return m_closed; }
+    /// The lines since it was made, each with its severity.
+    QStringList lines() const { return m_lines; }
 
 private:
-    VmDatabase m_database;
-    bool m_closed = false;
+    QStringList m_lines;
+    QStringList *m_previous;
+};
+
+/// Plays the calls of a feed into databases of its own, one after the other, on the thread that asks. While a player
+/// lives, the library's log lines go to the outcome of the call that wrote them.
+class FeedPlayer
+{
+    Q_DISABLE_COPY(FeedPlayer)
+
+public:
+    enum Following {
+        IgnoresChanges,
+        FollowsChanges, ///< Finds what each call changed, and knows everything that is stored.
+    };
+    explicit FeedPlayer(Following following = IgnoresChanges);
+    ~FeedPlayer();
+
+    /// Plays one line. A call is made, a case begins with empty databases, and all else does nothing.
+    Outcome play(const FeedLine &line);
+
+    /// The numbers of the databases that the feed has mentioned and not destroyed.
+    QList<int> databases() const;
+
+    /// One of them. With any other number a new one begins.
+    VmDatabase &database(int number = 1) { return open(number).database; }
+
+    /// Whether the feed has closed it, which leaves nothing to look at.
+    bool isClosed(int number = 1) const;
+
+    /// What is stored in it; nothing unless the player follows changes, and nothing in one that is not there.
+    const StoreCopy &stored(int number = 1) const;
+
+private:
+    struct Database
+    {
+        VmDatabase database;
+        bool isClosed = false;
+        StoreCopy copy;
+    };
+    Database &open(int number);
+
+    const Following m_following;
+    std::map<int, std::unique_ptr<Database>> m_databases;
+    QStringList *m_emitted = nullptr; // of the call that is being made
 };

@@ -3,27 +3,32 @@
 
 #include "operations.h"
 
+#include "json.h"
+
 #include <vmdatabase/vmdatabase.h>
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QHash>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
-#include <QtCore/QStringList>
 
+#include <algorithm>
 #include <limits>
+#include <numeric>
 #include <tuple>
 #include <type_traits>
+#include <vector>
 
 // How a value of a feed becomes an argument: one reader for each kind of parameter, and the kind's name in reports.
 
-static bool readArgument(const QJsonValue &value, QString &text)
+static bool readArgument(const QJsonValue &value, NamedNumbers, QString &text)
 {
     text = value.toString(); // null for anything that is no text
     return value.isString() || value.isNull();
 }
 
-static bool readArgument(const QJsonValue &value, int &number)
+static bool readArgument(const QJsonValue &value, NamedNumbers names, int &number)
 {
+    if (value.isString())
+        return numberOf(value.toString(), names, &number);
     const double real = value.toDouble(std::numeric_limits<double>::quiet_NaN());
     if (!(real >= std::numeric_limits<int>::min() && real <= std::numeric_limits<int>::max()))
         return false;
@@ -31,18 +36,25 @@ static bool readArgument(const QJsonValue &value, int &number)
     return number == real;
 }
 
-static bool readArgument(const QJsonValue &value, QJsonObject &object)
+static bool readArgument(const QJsonValue &value, NamedNumbers, QJsonObject &object)
 {
     object = value.toObject();
     return value.isObject();
 }
 
-template <typename Enum>
-static std::enable_if_t<std::is_enum_v<Enum>, bool> readArgument(const QJsonValue &value, Enum &enumerator)
+static bool readArgument(const QJsonValue &value, NamedNumbers, VdiVM::VmType &type)
 {
     int number = 0;
-    const bool good = readArgument(value, number);
-    enumerator = Enum(number);
+    const bool good = readArgument(value, NamedNumbers::VmTypes, number);
+    type = VdiVM::VmType(number);
+    return good;
+}
+
+static bool readArgument(const QJsonValue &value, NamedNumbers, VdiVM::PolicyType &type)
+{
+    int number = 0;
+    const bool good = readArgument(value, NamedNumbers::None, number);
+    type = VdiVM::PolicyType(number);
     return good;
 }
 
@@ -57,158 +69,235 @@ static QString kindOf()
         return QStringLiteral("32-bit integer");
 }
 
-// How an answer becomes JSON. A null text is null, an empty one "".
-
-static QJsonValue toJson(const QString &text)
-{
-    return text.isNull() ? QJsonValue() : QJsonValue(text);
-}
-
-static QJsonValue toJson(const QList<QString> &texts)
-{
-    return QJsonArray::fromStringList(texts);
-}
-
-static QJsonValue toJson(const QMap<QString, QString> &texts)
-{
-    QJsonObject object;
-    for (auto it = texts.cbegin(); it != texts.cend(); ++it)
-        object.insert(it.key(), it.value());
-    return object;
-}
-
-template <typename Value>
-static QJsonValue toJson(const Value &value)
-{
-    return value;
-}
-
 // An argument that the operation writes to; a feed leaves it out.
 template <typename Parameter>
 static constexpr bool isOutput =
     std::is_lvalue_reference_v<Parameter> && !std::is_const_v<std::remove_reference_t<Parameter>>;
 
-template <typename Parameter, typename Argument>
-static void takeArgument(const QJsonArray &given, Argument &argument, int &position, Outcome &outcome)
+static NamedNumbers namesOf(const Operation &operation, int parameter)
 {
-    if (isOutput<Parameter> || !outcome.error.isEmpty())
+    return operation.parameters.at(parameter) == QLatin1String("key") ? operation.keys : NamedNumbers::None;
+}
+
+template <typename Parameter, typename Argument>
+static void takeArgument(const Operation &operation, const QJsonArray &call, Argument &argument, int &position,
+                         QString &error)
+{
+    if (isOutput<Parameter> || !error.isEmpty())
         return;
-    if (!readArgument(given.at(position), argument))
-        outcome.error =
-            QStringLiteral("argument %1 is of the wrong kind, expected %2").arg(position + 1).arg(kindOf<Argument>());
+    if (!readArgument(call.at(position + 1), namesOf(operation, position), argument))
+        error = QStringLiteral("%1: argument %2 (%3) is of the wrong kind, expected %4")
+                    .arg(operation.name)
+                    .arg(position + 1)
+                    .arg(operation.parameters.at(position), kindOf<Argument>());
     ++position;
 }
 
-template <typename Result, typename... Parameters>
-static Outcome play(VmDatabase &database, Result (VmDatabase::*function)(Parameters...), const QJsonArray &given)
+template <typename... Parameters>
+static QString wrongCount(const Operation &operation, int given)
 {
-    Outcome outcome;
+    QStringList kinds;
+    (..., (isOutput<Parameters> ? void() : kinds.append(kindOf<std::decay_t<Parameters>>())));
+    for (int i = 0; i < kinds.size(); ++i)
+        kinds[i].prepend(operation.parameters.at(i) + QStringLiteral(": "));
+    return QStringLiteral("%1: %2 argument%3, expected %4%5")
+        .arg(operation.name, QString::number(given), given == 1 ? QString() : QStringLiteral("s"),
+             QString::number(kinds.size()),
+             kinds.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(kinds.join(QStringLiteral(", "))));
+}
+
+namespace {
+class Stopwatch
+{
+public:
+    explicit Stopwatch(qint64 &nanoseconds)
+        : m_nanoseconds(nanoseconds)
+    {
+        m_timer.start();
+    }
+    ~Stopwatch() { m_nanoseconds = m_timer.nsecsElapsed(); }
+
+private:
+    Q_DISABLE_COPY(Stopwatch)
+
+    qint64 &m_nanoseconds;
+    QElapsedTimer m_timer;
+};
+} // namespace
+
+template <typename Result, typename... Parameters>
+static Answer play(const Operation &operation, VmDatabase &database, Result (VmDatabase::*function)(Parameters...),
+                   const QJsonArray &call)
+{
+    Answer answer;
     constexpr int expected = (0 + ... + int(!isOutput<Parameters>));
-    if (given.size() != expected) {
-        QStringList kinds;
-        (..., (isOutput<Parameters> ? void() : kinds.append(kindOf<std::decay_t<Parameters>>())));
-        outcome.error =
-            QStringLiteral("%1 arguments, expected %2 (%3)")
-                .arg(QString::number(given.size()), QString::number(expected), kinds.join(QStringLiteral(", ")));
-        return outcome;
+    if (call.size() != expected + 1) {
+        answer.error = wrongCount<Parameters...>(operation, call.size() - 1);
+        return answer;
     }
 
     std::tuple<std::decay_t<Parameters>...> arguments;
     int position = 0;
-    std::apply([&](auto &...argument) { (..., takeArgument<Parameters>(given, argument, position, outcome)); },
-               arguments);
-    if (!outcome.error.isEmpty())
-        return outcome;
+    std::apply(
+        [&](auto &...argument) { (..., takeArgument<Parameters>(operation, call, argument, position, answer.error)); },
+        arguments);
+    if (!answer.error.isEmpty())
+        return answer;
 
-    const auto call = [&](auto &...argument) { return (database.*function)(argument...); };
+    const auto apply = [&](auto &...argument) {
+        const Stopwatch stopwatch(answer.nanoseconds);
+        return (database.*function)(argument...);
+    };
     if constexpr (std::is_void_v<Result>) {
-        std::apply(call, arguments);
+        std::apply(apply, arguments);
     } else if constexpr ((... || isOutput<Parameters>)) {
-        const bool found = std::apply(call, arguments);
+        const bool found = std::apply(apply, arguments);
         const QString &uuid = std::get<sizeof...(Parameters) - 1>(arguments);
-        outcome.answer = QJsonObject{{QStringLiteral("found"), found}, {QStringLiteral("uuid"), toJson(uuid)}};
+        answer.value = QJsonObject{{QStringLiteral("found"), found}, {QStringLiteral("uuid"), toJson(uuid)}};
     } else {
-        outcome.answer = toJson(std::apply(call, arguments));
+        answer.value = toJson(std::apply(apply, arguments));
     }
-    return outcome;
+    return answer;
 }
 
 template <auto Function>
-static Outcome call(VmDatabase &database, const QJsonArray &arguments)
+static Answer play(const Operation &operation, VmDatabase &database, const QJsonArray &call)
 {
-    return play(database, Function, arguments);
+    return play(operation, database, Function, call);
 }
 
-#define OPERATION(name)                                                                                                \
-    {                                                                                                                  \
-        QStringLiteral(#name),                                                                                         \
-        {                                                                                                              \
-            call<&VmDatabase::name>, false                                                                             \
-        }                                                                                                              \
-    }
-#define OPEN_OPERATION(name)                                                                                           \
-    {                                                                                                                  \
-        QStringLiteral(#name),                                                                                         \
-        {                                                                                                              \
-            call<&VmDatabase::name>, true                                                                              \
-        }                                                                                                              \
-    }
+static Operation makeOperation(const char *name, const char *parameters, NamedNumbers keys, bool needsOpen,
+                               decltype(Operation::play) play)
+{
+    const QString text = QString::fromLatin1(name);
+    const QString names = QString::fromLatin1(parameters);
+    const bool removes = text.startsWith(QLatin1String("remove")) || text.startsWith(QLatin1String("delete")) ||
+                         text.startsWith(QLatin1String("clear")) || text.startsWith(QLatin1Char('~'));
+    return {text, names.isEmpty() ? QStringList() : names.split(QLatin1Char(' ')), keys, needsOpen, removes, play};
+}
+
+#define OPERATION(name, keys, parameters)                                                                              \
+    makeOperation(#name, parameters, NamedNumbers::keys, false, play<&VmDatabase::name>)
+#define OPEN_OPERATION(name) makeOperation(#name, "", NamedNumbers::None, true, play<&VmDatabase::name>)
+
+const QVector<Operation> &allOperations()
+{
+    static const QVector<Operation> operations{
+        makeOperation("VmDatabase", "", NamedNumbers::None, false, nullptr),
+        makeOperation("~VmDatabase", "", NamedNumbers::None, false, nullptr),
+        OPERATION(clear, None, ""),
+        OPERATION(printDatabase, None, ""),
+        OPERATION(getNodeValue, NodeKeys, "parentUuid uuid type key"),
+        OPERATION(getPoolNodeValue, NodeKeys, "uuid key"),
+        OPERATION(setNodeValue, NodeKeys, "parentUuid uuid type key value"),
+        OPERATION(setPoolNodeValue, NodeKeys, "uuid key value"),
+        OPERATION(resetNodeValue, NodeKeys, "parentUuid uuid type key"),
+        OPERATION(getPolicyValue, None, "parentUuid uuid type key"),
+        OPERATION(setPolicyValue, None, "parentUuid uuid type key value"),
+        OPERATION(getItemCount, None, ""),
+        OPERATION(getItemCountByServerIp, None, "serverIp"),
+        OPERATION(getItemUuid, None, "index"),
+        OPERATION(getItemType, None, "index"),
+        OPERATION(getItemTypeByUuid, None, "uuid"),
+        OPERATION(getParentUuid, None, "uuid"),
+        OPERATION(getUuidByParentUuid, None, "parentUuid"),
+        OPERATION(getResourceNameByParentUuid, None, "parentUuid"),
+        OPERATION(getChildrenByParentUuid, None, "parentUuid"),
+        OPERATION(getVmPoolNameList, None, ""),
+        OPERATION(removeNode, None, "uuid"),
+        OPERATION(removeNodesByServerIp, None, "serverIp"),
+        OPERATION(removeChildrenByParentUuid, None, "parentUuid"),
+        OPERATION(removeFamilyByParentUuid, None, "parentUuid"),
+        OPERATION(wheelVmGroup, None, "group"),
+        OPERATION(dealVmPools, None, ""),
+        OPERATION(dealVmGroupPool, None, ""),
+        OPEN_OPERATION(getAppCount),
+        OPERATION(getAppNames, None, ""),
+        OPERATION(getRemoteAppId, None, "index"),
+        OPERATION(getRemoteAppValue, AppKeys, "appId key"),
+        OPERATION(setRemoteAppValue, AppKeys, "appId key value"),
+        OPERATION(deleteRemoteApp, None, "appId"),
+        OPERATION(getRemoteAppControlPolicy, None, "appId"),
+        OPERATION(setRemoteAppControlPolicy, None, "appId policy"),
+        OPERATION(clearRemoteAppList, None, ""),
+        OPERATION(setRemoteAppEnd, None, ""),
+        OPEN_OPERATION(getSaasAppCount),
+        OPERATION(getSaasAppId, None, "index"),
+        OPERATION(getSaasAppValue, AppKeys, "appId key"),
+        OPERATION(setSaasAppValue, AppKeys, "appId key value"),
+        OPEN_OPERATION(clearSaasAppList),
+        OPERATION(getAppsInfo, None, ""),
+        OPERATION(getAppsIdList, None, ""),
+        OPERATION(buildKeyName, None, "prefix name"),
+    };
+    return operations;
+}
 
 const Operation *findOperation(const QString &name)
 {
-    static const QHash<QString, Operation> operations{
-        OPERATION(clear),
-        OPERATION(printDatabase),
-        OPERATION(getNodeValue),
-        OPERATION(getPoolNodeValue),
-        OPERATION(setNodeValue),
-        OPERATION(setPoolNodeValue),
-        OPERATION(resetNodeValue),
-        OPERATION(getPolicyValue),
-        OPERATION(setPolicyValue),
-        OPERATION(getItemCount),
-        OPERATION(getItemCountByServerIp),
-        OPERATION(getItemUuid),
-        OPERATION(getItemType),
-        OPERATION(getItemTypeByUuid),
-        OPERATION(getParentUuid),
-        OPERATION(getUuidByParentUuid),
-        OPERATION(getResourceNameByParentUuid),
-        OPERATION(getChildrenByParentUuid),
-        OPERATION(getVmPoolNameList),
-        OPERATION(removeNode),
-        OPERATION(removeNodesByServerIp),
-        OPERATION(removeChildrenByParentUuid),
-        OPERATION(removeFamilyByParentUuid),
-        OPERATION(wheelVmGroup),
-        OPERATION(dealVmPools),
-        OPERATION(dealVmGroupPool),
-        OPEN_OPERATION(getAppCount),
-        OPERATION(getAppNames),
-        OPERATION(getRemoteAppId),
-        OPERATION(getRemoteAppValue),
-        OPERATION(setRemoteAppValue),
-        OPERATION(deleteRemoteApp),
-        OPERATION(getRemoteAppControlPolicy),
-        OPERATION(setRemoteAppControlPolicy),
-        OPERATION(clearRemoteAppList),
-        OPERATION(setRemoteAppEnd),
-        OPEN_OPERATION(getSaasAppCount),
-        OPERATION(getSaasAppId),
-        OPERATION(getSaasAppValue),
-        OPERATION(setSaasAppValue),
-        OPEN_OPERATION(clearSaasAppList),
-        OPERATION(getAppsInfo),
-        OPERATION(getAppsIdList),
-        OPERATION(buildKeyName),
-    };
-    const auto it = operations.constFind(name);
-    return it == operations.cend() ? nullptr : &it.value();
+    static const QHash<QString, const Operation *> byName = [] {
+        QHash<QString, const Operation *> hash;
+        for (const Operation &operation : allOperations())
+            hash.insert(operation.name, &operation);
+        return hash;
+    }();
+    return byName.value(name);
 }
 
-QString compactJson(const QJsonValue &value)
+// The least number of characters to insert, remove or replace, upper and lower case alike.
+static int editDistance(const QString &a, const QString &b)
 {
-    // Only arrays and objects can be documents.
-    const QByteArray json = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
-    return QString::fromUtf8(json.mid(1, json.size() - 2));
+    std::vector<int> row(size_t(b.size()) + 1);
+    std::iota(row.begin(), row.end(), 0);
+    for (int i = 0; i < a.size(); ++i) {
+        int diagonal = std::exchange(row[0], i + 1);
+        for (size_t j = 1; j < row.size(); ++j) {
+            const int replaced = diagonal + int(a.at(i).toLower() != b.at(int(j) - 1).toLower());
+            diagonal = row[j];
+            row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+QString similarOperation(const QString &name)
+{
+    QString similar;
+    if (name.size() > 40) // no operation is as long
+        return similar;
+    int least = std::max(2, name.size() / 3) + 1;
+    for (const Operation &operation : allOperations()) {
+        const int distance = editDistance(name, operation.name);
+        if (distance < least) {
+            least = distance;
+            similar = operation.name;
+        }
+    }
+    return similar;
+}
+
+// A number that has a name, or the name in its place.
+static QString describeNumber(const QJsonValue &value, NamedNumbers kind)
+{
+    int number = value.toInt();
+    if (value.isString() ? numberOf(value.toString(), kind, &number) : value.isDouble())
+        return nameOf(number, kind);
+    return shortJson(value);
+}
+
+QString describeCall(const QJsonArray &call)
+{
+    const QString name = call.at(0).toString();
+    const Operation *operation = findOperation(name);
+    QStringList arguments;
+    for (int i = 1; i < call.size(); ++i) {
+        const QString parameter = operation ? operation->parameters.value(i - 1) : QString();
+        if (parameter == QLatin1String("key"))
+            arguments << describeNumber(call.at(i), operation->keys);
+        else if (parameter == QLatin1String("type") && operation->keys == NamedNumbers::NodeKeys)
+            arguments << describeNumber(call.at(i), NamedNumbers::VmTypes);
+        else
+            arguments << shortJson(call.at(i));
+    }
+    return name + QLatin1Char('(') + arguments.join(QLatin1Char(',')) + QLatin1Char(')');
 }

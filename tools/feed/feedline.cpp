@@ -1,0 +1,161 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "feedline.h"
+
+#include "json.h"
+
+#include <QtCore/QJsonDocument>
+
+static FeedLine invalid(const QString &error, int column = 0)
+{
+    FeedLine line;
+    line.kind = FeedLine::Invalid;
+    line.error = error + QStringLiteral(", expected [\"operation\", argument, ...] or {\"call\": [...], ...}");
+    line.column = column;
+    return line;
+}
+
+static FeedLine wrongMember(const QString &name, const char *expected)
+{
+    FeedLine line;
+    line.kind = FeedLine::Invalid;
+    line.error = QStringLiteral("\"%1\" is of the wrong kind, expected %2").arg(name, QLatin1String(expected));
+    return line;
+}
+
+static bool readTexts(const QJsonValue &value, std::optional<QStringList> &texts)
+{
+    texts.emplace();
+    const QJsonArray array = value.toArray();
+    for (const QJsonValue &text : array) {
+        if (!text.isString())
+            return false;
+        *texts << text.toString();
+    }
+    return value.isArray();
+}
+
+template <typename Number>
+static bool readNumber(const QJsonValue &value, std::optional<Number> &number)
+{
+    number = Number(value.toDouble());
+    return value.isDouble();
+}
+
+static FeedLine readCall(const QJsonArray &call)
+{
+    if (!call.at(0).isString())
+        return invalid(QStringLiteral("not a call"));
+    FeedLine line;
+    line.kind = FeedLine::Call;
+    line.call = call;
+    return line;
+}
+
+static FeedLine readObject(const QJsonObject &object)
+{
+    FeedLine line;
+    line.about = object;
+    const auto call = object.constFind(QLatin1String("call"));
+    if (call == object.constEnd()) {
+        line.kind = object.contains(QLatin1String("case"))         ? FeedLine::Case
+                    : object.contains(QLatin1String("unfinished")) ? FeedLine::Unfinished
+                                                                   : FeedLine::About;
+        return line;
+    }
+    line = readCall(call.value().toArray());
+    if (line.kind != FeedLine::Call)
+        return line;
+    for (auto it = object.constBegin(); it != object.constEnd(); ++it) {
+        const QString name = it.key();
+        const QJsonValue value = it.value();
+        if (name == QLatin1String("answer"))
+            line.answer = value;
+        else if (name == QLatin1String("log") && !readTexts(value, line.log))
+            return wrongMember(name, "a list of texts");
+        else if (name == QLatin1String("signals") && !readTexts(value, line.emitted))
+            return wrongMember(name, "a list of texts");
+        else if (name == QLatin1String("thread"))
+            line.thread = value.isString() ? value.toString() : compactJson(value);
+        else if (name == QLatin1String("at") && !readNumber(value, line.at))
+            return wrongMember(name, "seconds");
+        else if (name == QLatin1String("took") && !readNumber(value, line.took))
+            return wrongMember(name, "microseconds");
+        else if (name == QLatin1String("entered") && !readNumber(value, line.entered))
+            return wrongMember(name, "a number");
+        else if (name == QLatin1String("database")) {
+            line.database = value.toInt();
+            if (line.database < 1)
+                return wrongMember(name, "a number from 1");
+        }
+    }
+    return line;
+}
+
+FeedLine parseLine(const QByteArray &line)
+{
+    const QByteArray text = line.trimmed();
+    if (text.isEmpty() || text.startsWith('#'))
+        return {};
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    if (document.isArray())
+        return readCall(document.array());
+    if (document.isObject())
+        return readObject(document.object());
+    // A document is an array or an object; "clear" is JSON all the same.
+    if (QJsonDocument::fromJson('[' + text + ']').array().size() == 1)
+        return invalid(QStringLiteral("not a call"));
+    // Qt counts the character that it stopped at, but not where it expected a number.
+    const int offset = error.offset + int(error.error == QJsonParseError::IllegalNumber);
+    return invalid(QStringLiteral("not JSON (%1)").arg(error.errorString()), line.indexOf(text) + offset);
+}
+
+static void append(QByteArray &json, const char *name, const std::optional<QStringList> &texts)
+{
+    if (!texts)
+        return;
+    json += name;
+    json += '[';
+    for (const QString &text : *texts) {
+        if (&text != &texts->constFirst())
+            json += ',';
+        appendJson(json, text);
+    }
+    json += ']';
+}
+
+static void append(QByteArray &json, const char *name, const QJsonValue &value)
+{
+    json += name;
+    appendJson(json, value);
+}
+
+QByteArray formatLine(const FeedLine &line)
+{
+    QByteArray json;
+    if (line.kind != FeedLine::Call) {
+        appendJson(json, line.about);
+        return json;
+    }
+    append(json, "{\"call\":", line.call);
+    const int callEnd = json.size();
+    if (!line.answer.isUndefined())
+        append(json, ",\"answer\":", line.answer);
+    append(json, ",\"log\":", line.log);
+    append(json, ",\"signals\":", line.emitted);
+    if (line.database != 1)
+        append(json, ",\"database\":", line.database);
+    if (!line.thread.isEmpty())
+        append(json, ",\"thread\":", line.thread);
+    if (line.at)
+        json += ",\"at\":" + QByteArray::number(*line.at, 'f', 6);
+    if (line.took)
+        json += ",\"took\":" + QByteArray::number(*line.took, 'f', 1);
+    if (line.entered)
+        json += ",\"entered\":" + QByteArray::number(*line.entered);
+    if (json.size() == callEnd)
+        return json.mid(int(sizeof("{\"call\":")) - 1);
+    return json + '}';
+}

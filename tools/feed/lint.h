@@ -1,0 +1,117 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "playedcall.h"
+#include "ranking.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QQueue>
+
+#include <array>
+#include <map>
+
+/// Something that is allowed but suspicious.
+struct Finding
+{
+    enum Kind {
+        AddedByReading,      ///< A reading call has added a pool.
+        NoNumber,            ///< A decision would read a number, but the text is none.
+        UndefinedLead,       ///< Nothing says which of several pools a decision shows.
+        NothingRemoved,      ///< What was to be removed is not there.
+        WheelHidesUngrouped, ///< The wheel of the empty group has hidden pools that have nothing in common.
+        LeakedItem,          ///< A policy was written under an empty pool uuid.
+        TwoThreads,          ///< Two threads have mentioned a new pool at once.
+    };
+    static constexpr int kinds = TwoThreads + 1;
+
+    Kind kind = AddedByReading;
+    Place place;
+    int database = 1;
+    QString text;
+};
+QString toText(const Finding &finding);
+QJsonObject toJson(const Finding &finding);
+
+/// Keeps what was put in last, up to a limit.
+template <typename Value>
+class Recent
+{
+public:
+    explicit Recent(int most)
+        : m_most(most)
+    {}
+
+    void put(const QString &key, const Value &value)
+    {
+        if (!m_values.contains(key))
+            m_keys.enqueue(key);
+        m_values.insert(key, value);
+        if (m_keys.size() > m_most)
+            m_values.remove(m_keys.dequeue());
+    }
+    const Value *find(const QString &key) const
+    {
+        const auto it = m_values.constFind(key);
+        return it == m_values.cend() ? nullptr : &*it;
+    }
+    bool isEmpty() const { return m_keys.isEmpty(); }
+
+private:
+    int m_most;
+    QQueue<QString> m_keys;
+    QHash<QString, Value> m_values;
+};
+
+/// Finds what is allowed but suspicious in a feed. A finding has a cause: the kind, and the pool, group or other thing
+/// that it is about. It is reported where the cause is first seen; later ones are counted. Of each kind the first 100
+/// causes are reported and the others counted, so that the memory for it is constant.
+class Lint
+{
+public:
+    static constexpr int mostCauses = 100;
+
+    /// The new findings at this call.
+    QVector<Finding> follow(const PlayedCall &played);
+
+    /// How many findings there were, with those that were only counted.
+    qint64 count() const { return m_count; }
+
+    /// A line for each finding that came again, and for each kind of which there were too many.
+    QStringList repeated() const;
+
+private:
+    struct Cause
+    {
+        Place first;
+        Place last;
+        qint64 count = 0;
+    };
+    struct FirstMention // of a pool, while it may still be news to another thread
+    {
+        Place place;
+        QString thread;
+        std::optional<double> end; // in seconds
+        qint64 newest = 0;         // the newest call that had begun when this one ended
+    };
+    bool isNew(Finding::Kind kind, const QString &cause);
+    void report(Finding::Kind kind, const QString &text);
+    void lookAtCall(const PlayedCall &played);
+    void lookAtChange(const Change &change, const PlayedCall &played);
+    void lookAtRemoval(const PlayedCall &played);
+    void lookAtDecision(const PlayedCall &played);
+    void lookAtGroup(const QString &group, const QVector<RankedPool> &pools);
+
+    std::array<std::map<QString, Cause>, Finding::kinds> m_causes;
+    std::array<qint64, Finding::kinds> m_uncaused{}; // counted only
+    qint64 m_count = 0;
+    Recent<Place> m_removed{10000};
+    Recent<FirstMention> m_firstMentions{1000};
+    qint64 m_newest = 0;
+    std::map<int, bool> m_ranksChanged; // since a decision about all groups, by database
+
+    // Of the call that is being looked at.
+    const PlayedCall *m_played = nullptr;
+    QVector<Finding> m_findings;
+};

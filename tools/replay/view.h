@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "feed/playedcall.h"
+
+/// One line of a feed, what came of it, and the case that it belongs to.
+struct Played : PlayedCall
+{
+    QString caseName; ///< Empty if there is none.
+
+    /// What stands before a message about the line: place, case and database, as far as there are several.
+    QString heading() const;
+};
+
+/// What the program was asked to look for. It sees each line that was played, and prints at once or in the end.
+class View
+{
+    Q_DISABLE_COPY(View)
+
+public:
+    View() = default;
+    virtual ~View() = default;
+
+    virtual void follow(const Played &played) = 0;
+
+    /// The feeds have ended, or playing was stopped. Returns whether all was good.
+    virtual bool finish() { return true; }
+};

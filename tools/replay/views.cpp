@@ -1,0 +1,318 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "views.h"
+
+#include "feed/check.h"
+#include "feed/describe.h"
+#include "feed/dump.h"
+#include "feed/explain.h"
+#include "feed/history.h"
+#include "feed/json.h"
+#include "feed/lint.h"
+#include "feed/operations.h"
+#include "feed/tree.h"
+#include "output.h"
+
+QString Played::heading() const
+{
+    QString text = toText(place) + QStringLiteral(": ");
+    if (!caseName.isEmpty())
+        text += caseName + QStringLiteral(": ");
+    if (line.database != 1)
+        text += QStringLiteral("database %1: ").arg(line.database);
+    return text;
+}
+
+static QString describePlayed(const Played &played)
+{
+    QString text = toText(played.place) + QLatin1Char(' ');
+    if (played.line.database != 1)
+        text += QStringLiteral("database %1: ").arg(played.line.database);
+    return text + describeCall(played.line.call);
+}
+
+static QJsonObject toJson(const Played &played, const QString &member, const QJsonValue &value)
+{
+    QJsonArray arguments = played.line.call;
+    arguments.removeFirst();
+    QJsonObject object = toJson(played.place);
+    object[QStringLiteral("operation")] = played.line.operation();
+    object[QStringLiteral("arguments")] = arguments;
+    object[member] = value;
+    if (played.line.database != 1)
+        object[QStringLiteral("database")] = played.line.database;
+    return object;
+}
+
+namespace {
+
+class AnswersView : public View
+{
+public:
+    explicit AnswersView(bool json)
+        : m_json(json)
+    {}
+
+    void follow(const Played &played) override
+    {
+        if (played.line.kind == FeedLine::Case && !m_json)
+            printLine(QStringLiteral("%1 case %2").arg(toText(played.place), compactJson(played.caseName)));
+        for (const QString &name : played.outcome.emitted) {
+            if (m_json)
+                printLine(toJson(played, QStringLiteral("signal"), name));
+            else
+                printLine(describePlayed(played) + QStringLiteral(" emits ") + name);
+        }
+        if (played.outcome.answer.isUndefined())
+            return;
+        if (m_json)
+            printLine(toJson(played, QStringLiteral("answer"), played.outcome.answer));
+        else
+            printLine(describePlayed(played) + QStringLiteral(" -> ") + compactJson(played.outcome.answer));
+    }
+
+private:
+    const bool m_json;
+};
+
+class DiffView : public View
+{
+public:
+    explicit DiffView(bool json)
+        : m_json(json)
+    {}
+
+    void follow(const Played &played) override
+    {
+        const QVector<Change> &changes = played.outcome.changes;
+        if (changes.isEmpty())
+            return;
+        if (m_json) {
+            QJsonArray array;
+            for (const Change &change : changes)
+                array << ::toJson(change);
+            printLine(toJson(played, QStringLiteral("changes"), array));
+            return;
+        }
+        printLine(describePlayed(played));
+        for (const Change &change : changes)
+            printLine(QStringLiteral("    ") + describeChange(change));
+    }
+
+private:
+    const bool m_json;
+};
+
+class CheckView : public View
+{
+public:
+    explicit CheckView(bool json)
+        : m_json(json)
+    {}
+
+    void follow(const Played &played) override
+    {
+        if (!played.outcome.error.isEmpty())
+            return; // reported already
+        m_calls += int(played.line.kind == FeedLine::Call);
+        const QStringList differences = m_check.compare(played.line, played.outcome);
+        for (const QString &difference : differences) {
+            if (m_json)
+                printLine(toJson(played, QStringLiteral("difference"), difference));
+            else
+                printLine(played.heading() + difference);
+        }
+    }
+
+    bool finish() override
+    {
+        if (m_json)
+            printLine({{QStringLiteral("check"), QJsonObject{{QStringLiteral("calls"), m_calls},
+                                                             {QStringLiteral("compared"), m_check.compared()},
+                                                             {QStringLiteral("differ"), m_check.different()}}}});
+        else
+            printLine(QStringLiteral("%1 calls, %2 compared, %3 differ")
+                          .arg(m_calls)
+                          .arg(m_check.compared())
+                          .arg(m_check.different()));
+        return m_check.different() == 0;
+    }
+
+private:
+    const bool m_json;
+    Check m_check;
+    qint64 m_calls = 0;
+};
+
+class LintView : public View
+{
+public:
+    explicit LintView(bool json)
+        : m_json(json)
+    {}
+
+    void follow(const Played &played) override
+    {
+        const QVector<Finding> findings = m_lint.follow(played);
+        for (const Finding &finding : findings) {
+            if (m_json)
+                printLine(::toJson(finding));
+            else
+                printLine(toText(finding));
+        }
+    }
+
+    bool finish() override
+    {
+        if (m_json) {
+            printLine({{QStringLiteral("lint"), QJsonObject{{QStringLiteral("findings"), m_lint.count()}}}});
+        } else {
+            const QStringList lines = m_lint.repeated();
+            for (const QString &line : lines)
+                printLine(line);
+            printLine(m_lint.count() == 1 ? QStringLiteral("1 finding")
+                                          : QStringLiteral("%1 findings").arg(m_lint.count()));
+        }
+        return m_lint.count() == 0;
+    }
+
+private:
+    const bool m_json;
+    Lint m_lint;
+};
+
+class HistoryView : public View
+{
+public:
+    HistoryView(bool json, const QString &what)
+        : m_json(json)
+        , m_what(what)
+        , m_history(what)
+    {}
+
+    void follow(const Played &played) override
+    {
+        const QVector<History::Entry> entries = m_history.follow(played);
+        for (const History::Entry &entry : entries) {
+            if (m_json)
+                printLine(m_history.toJson(entry));
+            else
+                printLine(m_history.text(entry));
+        }
+        m_isKnown = m_isKnown || !entries.isEmpty();
+    }
+
+    bool finish() override
+    {
+        if (!m_isKnown)
+            report(QStringLiteral("vmdatabase-replay: --history %1: no call has changed anything of it").arg(m_what));
+        return m_isKnown;
+    }
+
+private:
+    const bool m_json;
+    const QString m_what;
+    History m_history;
+    bool m_isKnown = false;
+};
+
+class ExplainView : public View
+{
+public:
+    ExplainView(bool json, const QString &pool)
+        : m_json(json)
+        , m_pool(pool)
+        , m_explanation(pool)
+    {}
+
+    void follow(const Played &played) override { m_explanation.follow(played); }
+
+    bool finish() override
+    {
+        if (!m_explanation.isKnown())
+            report(QStringLiteral("vmdatabase-replay: --explain %1: no call has mentioned this pool").arg(m_pool));
+        else if (m_json)
+            printLine({{QStringLiteral("explain"), m_explanation.toJson()}});
+        else
+            print(m_explanation.text());
+        return m_explanation.isKnown();
+    }
+
+private:
+    const bool m_json;
+    const QString m_pool;
+    Explanation m_explanation;
+};
+
+// What is stored in the end: the tree, or everything.
+class StoredView : public View
+{
+public:
+    StoredView(const Options &options, const FeedPlayer &player)
+        : m_json(options.json)
+        , m_dump(options.dump)
+        , m_pool(options.dumpPool)
+        , m_player(player)
+    {}
+
+    void follow(const Played &) override {}
+
+    bool finish() override
+    {
+        const QList<int> databases = m_player.databases();
+        bool isKnown = m_pool.isNull();
+        for (const int number : databases) {
+            const StoreCopy &stored = m_player.stored(number);
+            isKnown = isKnown || stored.pools.contains(m_pool);
+            if (m_json) {
+                printLine({{QStringLiteral("database"), number},
+                           {m_dump ? QStringLiteral("dump") : QStringLiteral("tree"),
+                            m_dump ? readDump(stored, m_pool) : readTree(stored)}});
+                continue;
+            }
+            if (databases != QList<int>{1})
+                printLine(QStringLiteral("Database %1").arg(number));
+            print(m_dump ? drawDump(stored, m_pool) : drawTree(stored));
+        }
+        if (!isKnown)
+            report(QStringLiteral("vmdatabase-replay: --dump=%1: no such pool is stored").arg(m_pool));
+        else if (databases.isEmpty() && !m_json)
+            printLine(QStringLiteral("There is no database."));
+        return isKnown;
+    }
+
+private:
+    const bool m_json;
+    const bool m_dump;
+    const QString m_pool;
+    const FeedPlayer &m_player;
+};
+
+} // namespace
+
+std::vector<std::unique_ptr<View>> makeViews(const Options &options, const FeedPlayer &player)
+{
+    std::vector<std::unique_ptr<View>> views;
+    if (!options.quiet)
+        views.push_back(std::make_unique<AnswersView>(options.json));
+    if (options.diff)
+        views.push_back(std::make_unique<DiffView>(options.json));
+    if (!options.history.isNull())
+        views.push_back(std::make_unique<HistoryView>(options.json, options.history));
+    if (options.check)
+        views.push_back(std::make_unique<CheckView>(options.json));
+    if (options.lint)
+        views.push_back(std::make_unique<LintView>(options.json));
+    if (!options.explain.isNull())
+        views.push_back(std::make_unique<ExplainView>(options.json, options.explain));
+    if (options.tree || options.dump)
+        views.push_back(std::make_unique<StoredView>(options, player));
+    return views;
+}
+
+bool needChanges(const Options &options)
+{
+    return options.diff || !options.history.isNull() || options.lint || !options.explain.isNull() || options.tree ||
+           options.dump;
+}
