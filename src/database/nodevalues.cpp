@@ -4,9 +4,9 @@
 #include "vmdatabase/private/vmdatabase_p.h"
 
 #include "log_p.h"
+#include "records/recordaccess_p.h"
 #include "text_p.h"
 #include "vmdatabase/vmitemnode.h"
-#include "vmdatabase/vmpoolnode.h"
 
 static constexpr char getNodeValueSignature[] =
     "QString VmDatabasePrivate::getNodeValue(const QString&, const QString&, const VdiVM::VmType&, int)";
@@ -71,20 +71,23 @@ void VmDatabasePrivate::setNodeValue(const QString &parentUuid, const QString &u
         pool->setValue(key, value);
         return;
     }
-    if (auto *item = qobject_cast<VmItemNode *>(pool->getVmItem(uuid))) {
-        item->setValue(key, value);
+    const VmHashedUuid hashed(uuid);
+    VmNode *const *existing = VmRecordAccess::findItem(pool, hashed);
+    if (!existing) {
+        auto *item = new VmItemNode(pool);
+        item->setValue(VdiVM::UuidKey, uuid);
+        if (key != VdiVM::UuidKey)
+            item->setValue(key, value);
+        VmRecordAccess::appendItem(pool, uuid, hashed, item);
         return;
     }
-    if (pool->isExistVmItem(uuid)) {
+    auto *item = qobject_cast<VmItemNode *>(*existing);
+    if (!item) {
         Log::critical("setNodeValue") << "node type is error.";
         Log::errorLocation("setNodeValue", setNodeValueSignature);
         return;
     }
-    auto *item = new VmItemNode(pool);
-    item->setValue(VdiVM::UuidKey, uuid);
-    if (key != VdiVM::UuidKey)
-        item->setValue(key, value);
-    pool->appendVmItem(item, uuid);
+    item->setValue(key, value);
 }
 
 void VmDatabasePrivate::setPoolNodeValue(const QString &uuid, int key, const QString &value)
