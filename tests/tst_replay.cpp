@@ -33,6 +33,8 @@ class Process : public QProcess
 {
 };
 
+static const QString sessionsPath = QStringLiteral(TRANSCRIPTS_DIR "/replay.sessions");
+
 static Run replay(const QStringList &arguments, const QByteArray &input = {})
 {
     QStringList command = QStringLiteral(REPLAY_COMMAND).split(u'|') + arguments;
@@ -53,26 +55,40 @@ static Run replay(const QStringList &arguments, const QByteArray &input = {})
 /// exit status (=).
 void tst_Replay::sessions_data()
 {
+    QTest::addColumn<int>("firstLine");
     QTest::addColumn<QStringList>("lines");
-    QFile file(QStringLiteral(TRANSCRIPTS_DIR "/replay.sessions"));
+    QFile file(sessionsPath);
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QStringList sessions = (u"\n"_s + QString::fromUtf8(file.readAll())).split(u"\n== "_s).mid(1);
-    for (const QString &text : sessions)
-        QTest::newRow(text.section(u'\n', 0, 0).toUtf8().constData()) << text.section(u'\n', 1).split(u'\n');
+    int firstLine = 2;
+    for (const QString &text : sessions) {
+        const QStringList lines = text.split(u'\n');
+        QTest::newRow(lines[0].toUtf8()) << firstLine << QStringList(lines.mid(1));
+        firstLine += lines.size();
+    }
 }
 
 void tst_Replay::sessions()
 {
+    QFETCH(int, firstLine);
     QFETCH(QStringList, lines);
-    QHash<QChar, QString> parts; // by the mark that a line begins with
-    for (const QString &line : std::as_const(lines)) {
-        const bool isMarked = QRegularExpression(u"^[$<!=] "_s).match(line).hasMatch();
-        parts[isMarked ? line[0] : u' '] += line.mid(isMarked ? 2 : 0) + (line.isEmpty() ? u""_s : u"\n"_s);
+    lines.removeAll(QString());
+    QHash<QChar, QStringList> parts; // by the mark that a line begins with
+    QHash<QChar, int> begins;
+    for (int i = 0; i < lines.size(); ++i) {
+        const bool isMarked = QRegularExpression(u"^[$<!=] "_s).match(lines[i]).hasMatch();
+        const QChar mark = isMarked ? lines[i].at(0) : QChar(u' ');
+        if (!begins.contains(mark))
+            begins[mark] = firstLine + i;
+        parts[mark] << lines[i].mid(isMarked ? 2 : 0);
     }
-    const Run run = replay(parts[u'$'].simplified().split(u' '), parts[u'<'].toUtf8());
-    QCOMPARE(run.out, parts[u' ']);
-    QCOMPARE(run.err, parts[u'!']);
-    QCOMPARE(run.status, parts[u'='].toInt());
+    const QString call = parts[u'$'].value(0);
+    const Run run = replay(call.split(u' '), parts[u'<'].join(u'\n').toUtf8() + '\n');
+    const auto compare = [&](const QString &text, QChar mark) {
+        return compareLines(text.split(u'\n'), parts[mark] << QString(), call, sessionsPath, begins[mark]);
+    };
+    if (compare(run.out, u' ') && compare(run.err, u'!'))
+        QCOMPARE(run.status, parts[u'='].value(0).toInt());
 }
 
 void tst_Replay::feeds()
