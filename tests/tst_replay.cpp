@@ -41,7 +41,7 @@ static Run replay(const QStringList &arguments, const QByteArray &input = {})
     command.removeAll(QString()); // there is no emulator where programs run as they are
     Process process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s); // the library's meant leaks
+    environment.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s); // leaks for compatibility
     process.setProcessEnvironment(environment);
     process.start(command.takeFirst(), command);
     process.write(input);

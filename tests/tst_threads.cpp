@@ -71,7 +71,7 @@ private Q_SLOTS:
     // Values and decisions, in four pools with an item each that are made beforehand, as the contract asks.
     void values()
     {
-        std::vector<std::unique_ptr<VmPolicy>> left; // the records that the items are meant to leave behind
+        std::vector<std::unique_ptr<VmPolicy>> left; // the records that the items leave behind
         VmPolicy policy;
         VmDatabase db;
         db.setRemoteAppValue(text(0), 10, text(0));

@@ -94,7 +94,7 @@ void VmDatabasePrivate::setPoolNodeValue(const QString &uuid, int key, const QSt
 {
     VmPoolNode *pool = getVmPool(uuid);
     if (!pool) {
-        // "parent uuid" is meant, though it is the pool's own.
+        // Compatibility: the text says "parent uuid", although the uuid is the pool's own.
         Log::critical() << "setPoolNodeValue" << QStringLiteral("cannot find vm pool node, parent uuid = %1").arg(uuid);
         return;
     }
@@ -107,7 +107,7 @@ void VmDatabasePrivate::resetNodeValue(const QString &parentUuid, const QString 
     VmPoolNode *pool = getVmPool(parentUuid);
     if (type != VdiVM::ItemNode) {
         if (!pool) {
-            // The uuid that is ignored otherwise is meant here, not the one that was looked up.
+            // Compatibility: the text names the uuid that is ignored otherwise, not the one that was looked up.
             Log::critical("resetNodeValue") << QStringLiteral("6 cannot find vm pool node, uuid = %1").arg(uuid);
             Log::errorLocation("resetNodeValue", resetNodeValueSignature);
             return;

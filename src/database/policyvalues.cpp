@@ -69,7 +69,7 @@ void VmDatabasePrivate::setPolicyValue(const QString &parentUuid, const QString 
         setPolicy(item, type, key, value);
         if (pool)
             VmRecordAccess::appendItem(pool, uuid, hashed, item);
-        else // Compatibility: the item is neither added nor deleted.
+        else // Compatibility: the item is neither added nor deleted, but leaked.
             Log::critical("setPolicyValue") << "pVmPool is null.";
         return;
     }

@@ -42,7 +42,7 @@ static bool goesFirst(const RankedPool &a, const RankedPool &b)
 
 void sortPools(QList<VmPoolNode *> &pools)
 {
-    // Each pool is ranked once and not at each comparison.
+    // Each pool is ranked once, not at each comparison.
     std::vector<RankedPool> ranked;
     ranked.reserve(size_t(pools.size()));
     std::transform(pools.cbegin(), pools.cend(), std::back_inserter(ranked), rank);

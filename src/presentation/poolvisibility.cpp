@@ -62,7 +62,7 @@ static void dealGroup(QList<VmPoolNode *> &pools)
     bool multiDynamic = false;
     for (VmPoolNode *pool : std::as_const(pools)) {
         if (!pool) {
-            // Compatibility: a known line, although no group holds a null entry.
+            // Compatibility: searched for in logs, although no group holds a null entry.
             Log::info() << "[unlikely] dealVmGroupPool, a poolNode is nullptr!";
             continue;
         }
