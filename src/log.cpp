@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-// Whether QDebug writes a text between its quotes as it stands.
+// Whether QDebug writes a text in quotes without escapes.
 static bool isPlain(const QString &text)
 {
     return std::all_of(text.cbegin(), text.cend(),
@@ -28,7 +28,7 @@ Log::Line::Line(QtMsgType severity, const char *operation)
 
 Log::Line::~Line()
 {
-    text.chop(1); // every item has put a blank behind itself
+    text.chop(1); // every item is followed by a blank
     qt_message_output(type, QMessageLogContext(nullptr, 0, nullptr, "default"), text);
 }
 

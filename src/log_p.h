@@ -10,7 +10,7 @@
 // and quoted as QDebug does. The texts are interface: people search logs for them.
 namespace Log {
 
-/// What QDebug would write, for a fraction of its price. Written when it goes out of scope.
+/// Writes what QDebug would write, faster, when it goes out of scope.
 class Line
 {
     Q_DISABLE_COPY(Line)
@@ -57,8 +57,8 @@ inline Line critical(const char *operation)
     return Line(QtCriticalMsg, operation);
 }
 
-/// The critical line that follows some reports and names the place that made them. The signature is a literal of the
-/// caller's since compilers print signatures differently; the line is that of the call.
+/// The critical line that follows some reports and names their place. The signature is a literal, since compilers print
+/// signatures differently; the line is that of the call.
 void errorLocation(const char *operation, const char *signature, int line = __builtin_LINE());
 
 } // namespace Log

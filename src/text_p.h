@@ -7,7 +7,7 @@
 
 // What the library answers and reads in texts.
 
-/// Empty but not null, and without an allocation, unlike QString("").
+/// Empty but not null. Unlike QString("") it allocates nothing.
 inline QString emptyText()
 {
     return QStringLiteral(""); // clazy:exclude=empty-qstringliteral

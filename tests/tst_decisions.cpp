@@ -19,7 +19,7 @@ private Q_SLOTS:
     void scenes();
     void inconsistentOrder_data();
     void inconsistentOrder();
-    void sortedAsByPredicate();
+    void sortedByRule();
 };
 
 // A scene is a line of pools: "uuid key=value ... items=N active; ..."; an underscore in a value stands for a blank.
@@ -101,11 +101,19 @@ void tst_Decisions::scenes()
     VmDatabase db;
     const QStringList uuids = build(db, scene);
     for (int run = 0; run < 2; ++run) { // the second run finds what the first one wrote
+        log.take();
         db.dealVmPools();
         QTEST(shown(db, uuids), "dealt");
+        int hidden = 0; // lines: one of the group pass, and one of the pool pass unless the type decides there
+        for (const QString &uuid : uuids) {
+            if (!db.getPoolNodeValue(uuid, VdiVM::GroupKey).isEmpty())
+                hidden += QSet<uint>{1, 3, 7}.contains(db.getPoolNodeValue(uuid, VdiVM::PoolTypeKey).toUInt()) ? 1 : 2;
+        }
+        QCOMPARE(log.take().filter(u"poolNode, SET HIDE"_s).size(), hidden);
     }
     for (const QString &uuid : uuids)
-        QVERIFY(db.getItemTypeByUuid(uuid + u"!"_s) == 0 || db.getPoolNodeValue(uuid, 306) == u"0"_s);
+        QVERIFY2(db.getItemTypeByUuid(uuid + u"!"_s) == 0 || db.getPoolNodeValue(uuid, 306) == u"0"_s,
+                 qPrintable(uuid));
     QString picked = u"untouched"_s;
     QTEST(db.wheelVmGroup(u"g"_s, picked), "found");
     QTEST(shown(db, uuids), "turned");
@@ -137,15 +145,26 @@ void tst_Decisions::inconsistentOrder()
         }
         QString picked;
         QCOMPARE(db.wheelVmGroup(u"g"_s, picked), modulus == 7);
-        QVERIFY(uuids.contains(shown(db, uuids)));
+        QVERIFY2(uuids.contains(shown(db, uuids)), QByteArray::number(size) + " pools");
         db.dealVmPools();
-        QVERIFY(uuids.contains(shown(db, uuids)));
+        QVERIFY2(uuids.contains(shown(db, uuids)), QByteArray::number(size) + " pools");
         QCOMPARE(db.getItemCount(), size);
     }
 }
 
-// Pools are ranked once, but come out as if the predicate had been asked at each comparison, whatever their flags.
-void tst_Decisions::sortedAsByPredicate()
+// The rule a second time: the first number that differs decides, for a failure or a preference by whether it is 0.
+static bool leads(VmPoolNode *a, VmPoolNode *b)
+{
+    const auto isSame = [=](int key) { return a->getValue(key).toUInt() == b->getValue(key).toUInt(); };
+    if (!isSame(VdiVM::FailedToConnectKey))
+        return b->getValue(VdiVM::FailedToConnectKey).toUInt() > 0;
+    if (!isSame(VdiVM::PreferredKey))
+        return b->getValue(VdiVM::PreferredKey).toUInt() == 0;
+    return a->getValue(VdiVM::PriorityKey).toUInt() > b->getValue(VdiVM::PriorityKey).toUInt();
+}
+
+// The order is that of qSort() with the rule, whatever the flags.
+void tst_Decisions::sortedByRule()
 {
     quint32 random = 1;
     const auto next = [&random] { return QString::number((random = random * 1664525 + 1013904223) >> 30); };
@@ -153,18 +172,25 @@ void tst_Decisions::sortedAsByPredicate()
         QList<VmPoolNode *> pools;
         for (int i = 0; i < size; ++i) {
             pools << new VmPoolNode;
-            for (const int key : {305, 306, 309})
+            for (const int key : {VdiVM::PriorityKey, VdiVM::FailedToConnectKey, VdiVM::PreferredKey})
                 pools[i]->setValue(key, next());
         }
         QList<VmPoolNode *> expected = pools;
         QT_WARNING_PUSH
         QT_WARNING_DISABLE_DEPRECATED
-        qSort(expected.begin(), expected.end(), poolGoesFirst);
+        qSort(expected.begin(), expected.end(), leads);
         QT_WARNING_POP
         sortPools(pools);
-        QCOMPARE(pools, expected);
+        for (int i = 0; i < size; ++i)
+            QVERIFY2(pools[i] == expected[i], QByteArray::number(size) + " pools, place " + QByteArray::number(i));
         qDeleteAll(pools);
     }
+
+    VmPoolNode a, b;
+    b.setValue(VdiVM::PriorityKey, u"1"_s);
+    QList<VmPoolNode *> withNull{nullptr, &a, nullptr, &b};
+    sortPools(withNull);
+    QCOMPARE(withNull, QList<VmPoolNode *>({&b, &a, nullptr, nullptr}));
 }
 
 QTEST_GUILESS_MAIN(tst_Decisions)

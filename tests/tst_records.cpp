@@ -37,13 +37,15 @@ void tst_Records::values()
     QMap<int, QString> expected;
     for (const char *round : {"first", "again, backwards"}) {
         for (const int key : std::as_const(keys)) {
-            QVERIFY(isNull(node.getValue(key)) == !expected.contains(key));
+            QVERIFY2(isNull(node.getValue(key)) == !expected.contains(key), QByteArray::number(key));
             expected[key] = QString::fromLatin1(round) + QString::number(key);
             node.setValue(key, expected[key]);
             policy.setValue(key, expected[key]);
         }
-        for (const int key : std::as_const(keys))
-            QVERIFY(node.getValue(key) == expected[key] && policy.getValue(key) == expected[key]);
+        for (const int key : std::as_const(keys)) {
+            QCOMPARE(node.getValue(key), expected[key]);
+            QCOMPARE(policy.getValue(key), expected[key]);
+        }
         std::reverse(keys.begin(), keys.end());
     }
     node.resetValue(-31);
@@ -84,13 +86,13 @@ void tst_Records::item()
     QSet<VmPolicy *> policies;
     for (const int type : {0, 1, 2, 3, 4, 6, 7, 8, 9, 10}) {
         VmPolicy *policy = item->getVmPolicy(type);
-        QVERIFY(policy && isNull(policy->getValue(0)));
-        QCOMPARE(item->getVmPolicy(type), policy);
+        QVERIFY2(policy && isNull(policy->getValue(0)), QByteArray::number(type));
+        QVERIFY2(item->getVmPolicy(type) == policy, QByteArray::number(type));
         policies << policy;
     }
     QCOMPARE(policies.size(), 10);
     for (const int type : {5, -1, 11, std::numeric_limits<int>::min()})
-        QCOMPARE(item->getVmPolicy(type), nullptr);
+        QVERIFY2(!item->getVmPolicy(type), QByteArray::number(type));
 
     VmPolicy *left = item->getVmPolicy(10);
     left->setValue(1, u"kept"_s);

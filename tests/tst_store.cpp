@@ -74,6 +74,12 @@ void tst_Store::lists()
     store.setNodeValue(u"b"_s, u"2"_s, item, 3, x);
     store.setNodeValue(u"b"_s, u"1"_s, item, 3, x);
     QCOMPARE(store.getItemList(), QList<VmNode *>({a, b->getVmItem(u"1"_s), b->getVmItem(u"2"_s), b, c, free}));
+
+    // The first pool that stores the uuid decides, though a later one has a single item.
+    store.setNodeValue(u"c"_s, u"3"_s, item, 3, x);
+    for (const QString &uuid : {u"b"_s, u"c"_s})
+        store.setPoolNodeValue(uuid, VdiVM::UuidKey, u"same"_s);
+    QVERIFY(isEmptyNotNull(store.getUuidByParentUuid(u"same"_s)));
 }
 
 // What a caller with a pool in hand can file there that the store itself never does.
@@ -86,12 +92,12 @@ void tst_Store::notAnItem()
     pool->appendVmItem(node, u"n"_s);
     pool->appendVmItem(nullptr, u"null"_s);
     for (const QString &uuid : {u"n"_s, u"null"_s}) {
-        QVERIFY(isEmptyNotNull(store.getNodeValue(p, uuid, item, 3)));
+        QVERIFY2(isEmptyNotNull(store.getNodeValue(p, uuid, item, 3)), qPrintable(uuid));
         QCOMPARE(log.take(), QStringList());
         store.setNodeValue(p, uuid, item, 3, x);
         store.setPolicyValue(p, uuid, VdiVM::PolicyType(0), 3, x);
         store.resetNodeValue(p, uuid, item, 3);
-        QVERIFY(isEmptyNotNull(store.getPolicyValue(p, uuid, VdiVM::PolicyType(0), 3)));
+        QVERIFY2(isEmptyNotNull(store.getPolicyValue(p, uuid, VdiVM::PolicyType(0), 3)), qPrintable(uuid));
         const QStringList lines = log.take();
         QCOMPARE(lines.size(), 8);
         QCOMPARE(lines[0], u"C: [ setNodeValue ] node type is error."_s);
@@ -164,11 +170,12 @@ void tst_Store::removedPools()
             store->removeNode(p);
         else if (way == 2)
             store->removeNodesByServerIp(QString());
-        delete store;           // the last way
-        QVERIFY(pool && child); // later
+        delete store; // the last way
+        const QByteArray place = "way " + QByteArray::number(way);
+        QVERIFY2(pool && child, place); // later
         QCOMPARE(pool->getValue(0), p);
         runDeferredDeletions();
-        QVERIFY(!pool && !child);
+        QVERIFY2(!pool && !child, place);
     }
 }
 

@@ -22,8 +22,12 @@ class tst_Threads : public QObject
 {
     Q_OBJECT
 
-    std::atomic<int> wrong{0};
-    void check(bool right) { static_cast<void>(right || ++wrong); } // no "+= !right", which would synchronise, too
+    std::atomic<int> wrongLine{0};
+    void check(bool right, int line = __builtin_LINE())
+    {
+        if (!right) // and nothing otherwise: a write would synchronise the threads
+            wrongLine = line;
+    }
 
     // Every uuid, id and value is a number. Values that each round writes to one of fifty places by turns fit in there.
     static QString text(int number) { return QString::number(number); }
@@ -57,7 +61,8 @@ class tst_Threads : public QObject
         ++arrived;
         for (std::thread &thread : threads)
             thread.join();
-        QCOMPARE(wrong.exchange(0), 0);
+        if (const int line = wrongLine.exchange(0))
+            QTest::qFail("The check in this line was wrong.", __FILE__, line);
     }
 
 private Q_SLOTS:
@@ -66,7 +71,7 @@ private Q_SLOTS:
     // Values and decisions, in four pools with an item each that are made beforehand, as the contract asks.
     void values()
     {
-        std::vector<std::unique_ptr<VmPolicy>> left; // the records that the items are meant to leave behind
+        std::vector<std::unique_ptr<VmPolicy>> left; // the records that the items leave behind
         VmPolicy policy;
         VmDatabase db;
         db.setRemoteAppValue(text(0), 10, text(0));

@@ -4,9 +4,9 @@
 #include "vmdatabase/private/vmdatabase_p.h"
 
 #include "log_p.h"
+#include "records/recordaccess_p.h"
 #include "text_p.h"
 #include "vmdatabase/vmitemnode.h"
-#include "vmdatabase/vmpoolnode.h"
 
 static constexpr char getNodeValueSignature[] =
     "QString VmDatabasePrivate::getNodeValue(const QString&, const QString&, const VdiVM::VmType&, int)";
@@ -71,27 +71,30 @@ void VmDatabasePrivate::setNodeValue(const QString &parentUuid, const QString &u
         pool->setValue(key, value);
         return;
     }
-    if (auto *item = qobject_cast<VmItemNode *>(pool->getVmItem(uuid))) {
-        item->setValue(key, value);
+    const VmHashedUuid hashed(uuid);
+    VmNode *const *existing = VmRecordAccess::findItem(pool, hashed);
+    if (!existing) {
+        auto *item = new VmItemNode(pool);
+        item->setValue(VdiVM::UuidKey, uuid);
+        if (key != VdiVM::UuidKey)
+            item->setValue(key, value);
+        VmRecordAccess::appendItem(pool, uuid, hashed, item);
         return;
     }
-    if (pool->isExistVmItem(uuid)) {
+    auto *item = qobject_cast<VmItemNode *>(*existing);
+    if (!item) {
         Log::critical("setNodeValue") << "node type is error.";
         Log::errorLocation("setNodeValue", setNodeValueSignature);
         return;
     }
-    auto *item = new VmItemNode(pool);
-    item->setValue(VdiVM::UuidKey, uuid);
-    if (key != VdiVM::UuidKey)
-        item->setValue(key, value);
-    pool->appendVmItem(item, uuid);
+    item->setValue(key, value);
 }
 
 void VmDatabasePrivate::setPoolNodeValue(const QString &uuid, int key, const QString &value)
 {
     VmPoolNode *pool = getVmPool(uuid);
     if (!pool) {
-        // "parent uuid" is meant, though it is the pool's own.
+        // Compatibility: the text says "parent uuid", although the uuid is the pool's own.
         Log::critical() << "setPoolNodeValue" << QStringLiteral("cannot find vm pool node, parent uuid = %1").arg(uuid);
         return;
     }
@@ -104,7 +107,7 @@ void VmDatabasePrivate::resetNodeValue(const QString &parentUuid, const QString 
     VmPoolNode *pool = getVmPool(parentUuid);
     if (type != VdiVM::ItemNode) {
         if (!pool) {
-            // The uuid that is ignored otherwise is meant here, not the one that was looked up.
+            // Compatibility: the text names the uuid that is ignored otherwise, not the one that was looked up.
             Log::critical("resetNodeValue") << QStringLiteral("6 cannot find vm pool node, uuid = %1").arg(uuid);
             Log::errorLocation("resetNodeValue", resetNodeValueSignature);
             return;

@@ -4,10 +4,10 @@
 #include "vmdatabase/private/vmdatabase_p.h"
 
 #include "log_p.h"
+#include "records/recordaccess_p.h"
 #include "text_p.h"
 #include "vmdatabase/vmitemnode.h"
 #include "vmdatabase/vmpolicy.h"
-#include "vmdatabase/vmpoolnode.h"
 
 static constexpr char getPolicyValueSignature[] =
     "QString VmDatabasePrivate::getPolicyValue(const QString&, const QString&, const VdiVM::PolicyType&, int)";
@@ -46,35 +46,38 @@ QString VmDatabasePrivate::getPolicyValue(const QString &parentUuid, const QStri
     return policy->getValue(key);
 }
 
+static void setPolicy(VmItemNode *item, int type, int key, const QString &value)
+{
+    VmPolicy *policy = item->getVmPolicy(type);
+    if (!policy) {
+        Log::critical("setPolicyValue") << noPolicyText(type);
+        Log::errorLocation("setPolicyValue", setPolicyValueSignature);
+        return;
+    }
+    policy->setValue(key, value);
+}
+
 void VmDatabasePrivate::setPolicyValue(const QString &parentUuid, const QString &uuid, const VdiVM::PolicyType &type,
                                        int key, const QString &value)
 {
     VmPoolNode *pool = getVmPool(parentUuid);
-    auto *item = pool ? qobject_cast<VmItemNode *>(pool->getVmItem(uuid)) : nullptr;
-    if (!item && pool && pool->isExistVmItem(uuid)) {
+    const VmHashedUuid hashed(uuid);
+    VmNode *const *existing = pool ? VmRecordAccess::findItem(pool, hashed) : nullptr;
+    if (!existing) {
+        auto *item = new VmItemNode(pool);
+        item->setValue(VdiVM::UuidKey, uuid);
+        setPolicy(item, type, key, value);
+        if (pool)
+            VmRecordAccess::appendItem(pool, uuid, hashed, item);
+        else // Compatibility: the item is neither added nor deleted, but leaked.
+            Log::critical("setPolicyValue") << "pVmPool is null.";
+        return;
+    }
+    auto *item = qobject_cast<VmItemNode *>(*existing);
+    if (!item) {
         Log::critical("setPolicyValue") << "node type is error.";
         Log::errorLocation("setPolicyValue", setPolicyValueSignature);
         return;
     }
-
-    const bool isNew = !item;
-    if (isNew) {
-        item = new VmItemNode(pool);
-        item->setValue(VdiVM::UuidKey, uuid);
-    }
-    if (VmPolicy *policy = item->getVmPolicy(type)) {
-        policy->setValue(key, value);
-    } else {
-        Log::critical("setPolicyValue") << noPolicyText(type);
-        Log::errorLocation("setPolicyValue", setPolicyValueSignature);
-    }
-    if (!isNew)
-        return;
-
-    if (!pool) {
-        // The item is abandoned as it is, neither filed nor deleted: callers live with this leak, and it is meant.
-        Log::critical("setPolicyValue") << "pVmPool is null.";
-        return;
-    }
-    pool->appendVmItem(item, uuid);
+    setPolicy(item, type, key, value);
 }

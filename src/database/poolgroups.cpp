@@ -26,7 +26,7 @@ QMap<QString, QList<VmPoolNode *> *> VmDatabasePrivate::getGroupedVmPool()
     return groups;
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is what callers are built against
+// NOLINTNEXTLINE(performance-unnecessary-value-param): Compatibility: clients are built against the signature
 QSharedPointer<QList<VmPoolNode *>> VmDatabasePrivate::getVmPoolListByGroup(QString group)
 {
     auto list = QSharedPointer<QList<VmPoolNode *>>::create();

@@ -28,7 +28,7 @@ QString VmDatabasePrivate::getRemoteAppId(int index)
     return index >= 0 && index < remoteApps.size() ? entryAt(remoteApps, index).key() : emptyText();
 }
 
-// NOLINTBEGIN(performance-unnecessary-value-param): ids by value is what callers are built against
+// NOLINTBEGIN(performance-unnecessary-value-param): Compatibility: clients are built against the signatures
 QString VmDatabasePrivate::getRemoteAppValue(QString appId, int key)
 {
     QReadLocker locker(&remoteAppLock);
@@ -88,7 +88,7 @@ const QJsonObject &VmDatabasePrivate::getRemoteAppControlPolicy(QString appId)
 
 void VmDatabasePrivate::setRemoteAppControlPolicy(QString appId, const QJsonObject &policy)
 {
-    // An id without a record has nothing to keep the policy in: it is dropped.
+    // An id without a record has nowhere to keep the policy: it is dropped.
     if (RemoteApp *app = listedRemoteApp(appId))
         app->setControlPolicy(policy);
 }

@@ -19,7 +19,7 @@ QString VmDatabasePrivate::getSaasAppId(int index)
     return index >= 0 && index < saasApps.size() ? entryAt(saasApps, index).key() : emptyText();
 }
 
-// NOLINTBEGIN(performance-unnecessary-value-param): ids by value is what callers are built against
+// NOLINTBEGIN(performance-unnecessary-value-param): Compatibility: clients are built against the signatures
 QString VmDatabasePrivate::getSaasAppValue(QString appId, int key)
 {
     QReadLocker locker(&saasAppLock);

@@ -43,7 +43,7 @@ QList<VmNode *> VmDatabasePrivate::getItemList()
     return nodes;
 }
 
-// The node at a position of getItemList(), found without building it: whole pools are skipped by their counts.
+// The node at a position of getItemList(), found without building the list: pools are skipped by their counts.
 VmNode *VmDatabasePrivate::nodeAt(int index)
 {
     QReadLocker locker(&poolLock);
@@ -117,7 +117,7 @@ QString VmDatabasePrivate::getUuidByParentUuid(const QString &parentUuid)
             uuid = item->getValue(VdiVM::UuidKey);
         break;
     }
-    // Compatibility: written with the lock held.
+    // Compatibility: written with the lock held, whether or not there is an answer.
     Log::info("getUuidByParentUuid") << "999 uuid = " << uuid << ", parent uuid = " << parentUuid;
     return uuid;
 }
@@ -133,6 +133,7 @@ QList<QString> VmDatabasePrivate::getChildrenByParentUuid(const QString &parentU
     QList<QString> uuids;
     VmPoolNode *const *pool = poolIndex.find(parentUuid);
     if (!pool) {
+        // Compatibility: the text says "item", although the uuid is the pool's.
         Log::critical("getChildrenByParentUuid")
             << QStringLiteral("1 cannot find vm item node, uuid = %1").arg(parentUuid);
         return uuids;
@@ -185,6 +186,7 @@ void VmDatabasePrivate::removeChildrenByParentUuid(const QString &parentUuid)
 {
     VmPoolNode *const *pool = poolIndex.find(parentUuid);
     if (!pool) {
+        // Compatibility: as in getChildrenByParentUuid().
         Log::critical("removeChildrenByParentUuid")
             << QStringLiteral("1 cannot find vm item node, uuid = %1").arg(parentUuid);
         return;

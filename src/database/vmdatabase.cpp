@@ -166,7 +166,7 @@ void VmDatabase::removeFamilyByParentUuid(const QString &parentUuid)
 
 int VmDatabase::getAppCount()
 {
-    return d->getAppCount(); // unguarded, and meant: see the header
+    return d->getAppCount(); // Compatibility: not guarded, must not be called on a closed database
 }
 
 QList<QString> VmDatabase::getAppNames()
@@ -222,7 +222,7 @@ void VmDatabase::setRemoteAppEnd()
 
 int VmDatabase::getSaasAppCount()
 {
-    return d->getSaasAppCount(); // unguarded
+    return d->getSaasAppCount(); // Compatibility: not guarded
 }
 
 QString VmDatabase::getSaasAppId(int index)
@@ -243,5 +243,5 @@ void VmDatabase::setSaasAppValue(QString appId, int key, const QString &value)
 
 void VmDatabase::clearSaasAppList()
 {
-    d->clearSaasAppList(); // unguarded
+    d->clearSaasAppList(); // Compatibility: not guarded
 }

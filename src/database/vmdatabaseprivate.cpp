@@ -14,6 +14,7 @@ VmDatabasePrivate::~VmDatabasePrivate()
 {
     clearVmPoolList();
     saasApps.clear(); // while the other members exist: what is connected to destroyed() may ask the database
+    // Compatibility: remote applications that are still listed are leaked.
 }
 
 void VmDatabasePrivate::clearVmPoolList()
@@ -57,7 +58,7 @@ VmPoolNode *VmDatabasePrivate::getVmPool(const QString &parentUuid)
             return *pool;
     }
     {
-        // Compatibility: not looked up again. A pool that another thread has added since is replaced and lost.
+        // Compatibility: not looked up again. A pool that another thread has added since is replaced and leaked.
         QWriteLocker locker(&poolLock);
         auto *pool = new VmPoolNode;
         pool->nodeType = VdiVM::PoolNode;

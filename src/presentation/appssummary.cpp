@@ -10,12 +10,12 @@ QMap<QString, QString> VmDatabase::getAppsInfo()
 {
     if (!d)
         return {};
-    const QMap<QString, RemoteApp *> apps = d->remoteApps; // a copy, so that later changes do not disturb the walk
+    const QMap<QString, RemoteApp *> apps = d->remoteApps; // a copy: later changes do not disturb the walk
     QMap<QString, QString> info;
     for (RemoteApp *app : apps) {
         if (!app)
             continue;
-        // The key is read first: beside a writer of both values the order shows.
+        // The key is read first: another thread that writes both values can observe the order.
         const QString key = app->getValue(VdiVM::AppSummaryKey);
         info.insert(key, app->getValue(VdiVM::AppSummaryValueKey));
     }
@@ -30,11 +30,11 @@ QList<QString> VmDatabase::getAppsIdList()
     return apps.keys();
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is what callers are built against
+// NOLINTNEXTLINE(performance-unnecessary-value-param): Compatibility: clients are built against the signature
 QString VmDatabase::buildKeyName(QString prefix, QString name)
 {
     if (prefix.isEmpty())
         return name;
-    // One after the other: a placeholder in the prefix is filled as well, and that is meant.
+    // Compatibility: one after the other, so that a placeholder in the prefix is filled as well.
     return QStringLiteral("[%1]%2").arg(prefix).arg(name); // clazy:exclude=qstring-arg
 }

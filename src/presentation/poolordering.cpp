@@ -24,6 +24,8 @@ struct RankedPool
 
 static RankedPool rank(VmPoolNode *pool)
 {
+    if (!pool)
+        return {nullptr, 1, 0, 0};
     return {pool, VmRecordAccess::toUnsigned(pool, VdiVM::FailedToConnectKey),
             VmRecordAccess::toUnsigned(pool, VdiVM::PreferredKey),
             VmRecordAccess::toUnsigned(pool, VdiVM::PriorityKey)};
@@ -38,20 +40,15 @@ static bool goesFirst(const RankedPool &a, const RankedPool &b)
     return a.priority > b.priority;
 }
 
-bool poolGoesFirst(VmPoolNode *a, VmPoolNode *b)
-{
-    return goesFirst(rank(a), rank(b));
-}
-
 void sortPools(QList<VmPoolNode *> &pools)
 {
-    // Each pool is ranked once and not at each comparison.
+    // Each pool is ranked once, not at each comparison.
     std::vector<RankedPool> ranked;
     ranked.reserve(size_t(pools.size()));
     std::transform(pools.cbegin(), pools.cend(), std::back_inserter(ranked), rank);
 
     // std::sort may read out of bounds with an order that is not strict and weak; qSort checks its bounds at every
-    // step. It is deprecated for being slower, which is no reason here.
+    // step. It is deprecated because it is slower, which does not matter here.
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     qSort(ranked.begin(), ranked.end(), goesFirst);

@@ -7,11 +7,8 @@
 
 class VmPoolNode;
 
-/// Whether pool \a a goes before pool \a b in their group: pools that have not failed to connect first, then preferred
-/// ones, then the higher priority. Not a strict weak order for every input: of two pools whose failure flags are "1" and
-/// "2" each goes before the other; with such preference flags neither does, whatever their priorities. Pools that are
-/// alike in all three have no defined order.
-bool poolGoesFirst(VmPoolNode *a, VmPoolNode *b);
-
-/// Puts the pools of a group in the order that qSort() makes of it, the lead pool first.
+/// Sorts the pools of a group, the lead pool first: pools that have not failed to connect, then preferred ones, then the
+/// higher priority. Not a strict weak order for every input: of two pools whose failure flags are "1" and "2" each goes
+/// before the other; with such preference flags neither does, whatever their priorities. Pools that are alike in all three
+/// have no defined order. A null entry counts as a failed pool.
 void sortPools(QList<VmPoolNode *> &pools);

@@ -5,9 +5,9 @@
 #include "vmdatabase/vmdatabase.h"
 
 #include "log_p.h"
+#include "poolhiding_p.h"
 #include "poolordering_p.h"
 #include "records/recordaccess_p.h"
-#include "vmdatabase/vmpoolnode.h"
 
 #include <utility>
 
@@ -20,16 +20,6 @@ static bool holdsItem(VmPoolNode *pool)
 static bool allowsMultiDynamic(VmPoolNode *pool)
 {
     return VmRecordAccess::toSigned(pool, VdiVM::AllowMultiDynamicKey) != 0;
-}
-
-static void show(VmPoolNode *pool)
-{
-    pool->setValue(VdiVM::HiddenKey, QStringLiteral("0"));
-}
-
-static void hide(VmPoolNode *pool)
-{
-    pool->setValue(VdiVM::HiddenKey, QStringLiteral("1"));
 }
 
 static void showUnlessItem(VmPoolNode *pool)
@@ -71,6 +61,11 @@ static void dealGroup(QList<VmPoolNode *> &pools)
     bool hasItems = false;
     bool multiDynamic = false;
     for (VmPoolNode *pool : std::as_const(pools)) {
+        if (!pool) {
+            // Compatibility: searched for in logs, although no group holds a null entry.
+            Log::info() << "[unlikely] dealVmGroupPool, a poolNode is nullptr!";
+            continue;
+        }
         hide(pool);
         logDecision("poolNode, SET HIDE ", pool);
         hasItems = hasItems || holdsItem(pool);
@@ -79,6 +74,8 @@ static void dealGroup(QList<VmPoolNode *> &pools)
     }
 
     VmPoolNode *lead = pools.constFirst();
+    if (!lead)
+        return;
     if (multiDynamic) {
         show(lead);
         logDecision("GROUP allowMultiDynamicDesktop, DO SHOW ", lead);

@@ -5,9 +5,9 @@
 #include "vmdatabase/vmdatabase.h"
 
 #include "log_p.h"
+#include "poolhiding_p.h"
 #include "poolordering_p.h"
 #include "records/recordaccess_p.h"
-#include "vmdatabase/vmpoolnode.h"
 
 #include <utility>
 
@@ -26,11 +26,11 @@ bool VmDatabase::wheelVmGroup(QString group, QString &uuid)
     sortPools(*pools);
     bool usable = false;
     for (VmPoolNode *pool : std::as_const(*pools)) {
-        pool->setValue(VdiVM::HiddenKey, QStringLiteral("1"));
+        hide(pool);
         usable = usable || VmRecordAccess::toUnsigned(pool, VdiVM::FailedToConnectKey) == 0;
     }
     VmPoolNode *lead = pools->constFirst();
-    lead->setValue(VdiVM::HiddenKey, QStringLiteral("0"));
+    show(lead);
     if (!usable)
         return false;
     uuid = lead->getValue(VdiVM::UuidKey);

@@ -7,8 +7,8 @@
 #include "text_p.h"
 #include "vmdatabase/vmpoolnode.h"
 
-/// What the library reads of a record without copying a value or a list, and what it looks up with a uuid hashed before.
-/// The record's own lock is held as in the public operations.
+/// Reads records without copying a value or a list, and looks items up by a uuid that is hashed once. Takes the record's own
+/// lock like the public operations.
 class VmRecordAccess
 {
 private:

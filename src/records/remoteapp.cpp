@@ -10,7 +10,7 @@ RemoteApp::RemoteApp(QObject *parent)
     : QObject(parent)
 {}
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is what callers are built against
+// NOLINTNEXTLINE(performance-unnecessary-value-param): Compatibility: clients are built against the signature
 RemoteApp::RemoteApp(QString appId, QObject *parent)
     : QObject(parent)
 {

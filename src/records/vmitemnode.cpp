@@ -6,10 +6,10 @@
 #include "vmdatabase/vdivm.h"
 #include "vmdatabase/vmpolicy.h"
 
-// Servers have no policy of type 5.
+// Compatibility: there is no record of type 5.
 static constexpr int policyTypes[] = {0, 1, 2, 3, 4, 6, 7, 8, 9, 10};
 
-// Without 10, whose record is meant to stay allocated: callers live with that. The order is settled too.
+// Compatibility: the record of type 10 is never released, and the others are released in this order.
 static constexpr int releasedPolicyTypes[] = {0, 1, 2, 3, 7, 4, 6, 8, 9};
 
 VmItemNode::VmItemNode(VmNode *poolNode)
@@ -24,7 +24,7 @@ VmItemNode::VmItemNode(VmNode *poolNode)
 VmItemNode::~VmItemNode()
 {
     for (const int type : releasedPolicyTypes)
-        delete getVmPolicy(type);
+        delete policies.value(type);
 }
 
 VmPolicy *VmItemNode::getVmPolicy(int type)

@@ -22,8 +22,8 @@ static_assert(shareNoSlot(VdiVM::UuidKey, VdiVM::IdKey, VdiVM::NameKey, VdiVM::S
                           VdiVM::FailedToConnectKey, VdiVM::GroupKey, VdiVM::HiddenKey, VdiVM::PreferredKey),
               "two named keys would take one slot from each other");
 
-// Implicitly shared by every node: copying it costs a reference count where building it costs twenty insertions. Never
-// destroyed, so that clients may still make nodes while the process exits.
+// Shared by every node: a copy costs a reference count, a map of its own twenty insertions. Never destroyed, so that
+// clients may still create nodes while the process exits.
 static const QMap<int, QString> &nodeKeyNames()
 {
     static const auto &names = *new QMap<int, QString>{
@@ -80,10 +80,11 @@ void VmNode::printContent()
 {
     QString text = nodeType == VdiVM::PoolNode ? QStringLiteral("|(pool)==") : QStringLiteral("|(vm)====");
 
-    // Held until the line is written, so that two dumps of one node never show its values mixed.
+    // Held until the line is written: no write comes between the values of one dump and its line.
     QReadLocker locker(&valueLock);
     for (auto it = values.cbegin(); it != values.cend(); ++it) {
         text += QLatin1Char(' ') + keyNames.value(it.key()) + QStringLiteral(": ");
+        // Compatibility: encoded as the locale asks, read back as UTF-8, and cut at the first NUL.
         text += QString::fromUtf8(it.value().toLocal8Bit().constData()) + QLatin1Char(';');
     }
     Log::info("printContent") << "VmNode content = " << text;

@@ -2,9 +2,9 @@
 # SPDX-FileCopyrightText: 2026 The vmdatabase authors
 # SPDX-License-Identifier: MIT
 
-# Shows that the tests of threads notice races: takes one lock away, or locks for reading where something is written, in
-# a copy of the tree, builds the tsan preset and expects ThreadSanitizer to report a race in tst_threads. Prints a table;
-# fails if a race goes unnoticed. Without --all only one or two races of each record and table are planted.
+# Mutation testing of the locks: removes one lock, or locks for reading where something is written, in a copy of the tree,
+# builds the tsan preset and expects ThreadSanitizer to report a race in tst_threads. Prints a table; fails if a mutant
+# survives. Without --all it makes only one or two mutants of each record and table.
 
 import pathlib
 import re
@@ -34,8 +34,8 @@ definition = re.compile(
     r"^(?:\S.*?(?:VmDatabasePrivate::|((?:Vm|Remote)\w+::))|    static auto )(\w+)\(", re.MULTILINE)
 
 
-def faults():
-    """Every lock of the library, taken away or weakened: name, file and what the file then reads."""
+def mutants():
+    """Every lock of the library, removed or weakened: name, file and the changed text of the file."""
     for path in sorted((root / "src").rglob("*.[ch]*")):
         text = path.read_text()
         names = []
@@ -74,9 +74,9 @@ def run(copy):
 
 def main():
     subprocess.run([root / "scripts/install-packages.sh", "cmake", "g++", "ninja-build", "qtbase5-dev"], check=True)
-    planted = {name: (path, text) for name, path, text in faults()}
-    names = list(planted) if sys.argv[1:] == ["--all"] else SELECTED
-    unnoticed = []
+    changed = {name: (path, text) for name, path, text in mutants()}
+    names = list(changed) if sys.argv[1:] == ["--all"] else SELECTED
+    survivors = []
     with tempfile.TemporaryDirectory() as directory:
         copy = pathlib.Path(directory) / "tree"
         shutil.copytree(root, copy, ignore=shutil.ignore_patterns("build", ".git"))
@@ -84,11 +84,11 @@ def main():
                        stdout=subprocess.DEVNULL)
         build(copy)
         outcome = run(copy)
-        print(f"{'nothing planted':<55} {outcome}", flush=True)
+        print(f"{'unchanged':<55} {outcome}", flush=True)
         if outcome != "clean":
             sys.exit(1)
         for name in names:
-            path, text = planted[name]
+            path, text = changed[name]
             (copy / path).write_text(text)
             build(copy)
             for attempt in range(1, ATTEMPTS + 1):
@@ -96,11 +96,11 @@ def main():
                 if outcome == "race":
                     break
             else:
-                unnoticed.append(name)
+                survivors.append(name)
             print(f"{name:<55} {outcome}, run {attempt}", flush=True)
             shutil.copy(root / path, copy / path)
-    print(f"{len(names) - len(unnoticed)} of {len(names)} races noticed.")
-    sys.exit(1 if unnoticed else 0)
+    print(f"{len(names) - len(survivors)} of {len(names)} mutants killed.")
+    sys.exit(1 if survivors else 0)
 
 
 main()

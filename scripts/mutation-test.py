@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
 # SPDX-FileCopyrightText: 2026 The vmdatabase authors
 # SPDX-License-Identifier: MIT
-"""Would the tests notice? Plants one fault at a time in a copy of src/ and runs the tests.
+"""Mutation testing: changes one place of the sources at a time in a copy of the tree and runs the tests.
 
-A fault is caught when the library no longer builds or a test fails: first the dev build; what survives that runs under the
-asan build, and a changed lock under the tsan build. Prints each survivor and a table by kind; exits 1 if fewer than 90 of
-100 are caught. Takes minutes: not part of CI.
+A mutant is killed when the library no longer builds or a test fails: first in the dev build; a survivor runs in the asan
+build, and a changed lock in the tsan build. Prints each survivor and a table by kind; exits 1 if fewer than 90 of 100 are
+killed. Takes half an hour: not part of CI.
 
-usage: scripts/plant-faults.py [--most N] [--only TEXT]
+usage: scripts/mutation-test.py [--most N] [--only TEXT]
 """
 import argparse
 import collections
@@ -18,8 +18,8 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-COPY = ROOT / 'build' / 'faults'
-TESTS = ['tst_records', 'tst_store', 'tst_transcripts', 'tst_decisions']
+COPY = ROOT / 'build' / 'mutants'
+TESTS = ['tst_records', 'tst_store', 'tst_allocations', 'tst_transcripts', 'tst_decisions']
 
 # kind, what is searched in a line, what replaces it
 RULES = [
@@ -43,7 +43,7 @@ RULES = [
 ]
 
 
-def faults():
+def mutants():
     for path in sorted((ROOT / 'src').rglob('*')):
         if path.suffix not in ('.cpp', '.h'):
             continue
@@ -76,8 +76,8 @@ def survives(preset, tests):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument('--most', type=int, default=240, help='how many faults, spread over all (240)')
-    parser.add_argument('--only', default='', help='only faults whose place or kind holds this text')
+    parser.add_argument('--most', type=int, default=240, help='how many mutants, spread over all (240)')
+    parser.add_argument('--only', default='', help='only mutants whose place or kind contains this text')
     options = parser.parse_args()
 
     subprocess.run([ROOT / 'scripts/install-packages.sh', 'cmake', 'g++', 'ninja-build', 'qtbase5-dev'], check=True)
@@ -87,12 +87,12 @@ def main():
         for command in (['cmake', '--preset', preset, '-DVMDATABASE_WERROR=OFF'], ['cmake', '--build', '--preset', preset]):
             subprocess.run(command, cwd=COPY, check=True, stdout=subprocess.DEVNULL)
         if not survives(preset, ['tst_threads'] if preset == 'tsan' else TESTS):
-            sys.exit(f'The {preset} build does not pass without a fault.')
+            sys.exit(f'The {preset} build does not pass unchanged.')
 
-    chosen = [fault for fault in faults() if options.only in f'{fault[0]}:{fault[1] + 1} {fault[2]}']
+    chosen = [mutant for mutant in mutants() if options.only in f'{mutant[0]}:{mutant[1] + 1} {mutant[2]}']
     step = max(1.0, len(chosen) / options.most)
     chosen = [chosen[int(i * step)] for i in range(int(len(chosen) / step))]
-    planted, caught = collections.Counter(), collections.Counter()
+    made, killed = collections.Counter(), collections.Counter()
     for path, number, kind, line, changed in chosen:
         original = (COPY / path).read_text()
         lines = original.splitlines()
@@ -103,14 +103,14 @@ def main():
         else:
             alive = survives('dev', TESTS) and survives('asan', TESTS)
         (COPY / path).write_text(original)
-        planted[kind] += 1
-        caught[kind] += not alive
+        made[kind] += 1
+        killed[kind] += not alive
         if alive:
             print(f'survived: {path}:{number + 1} ({kind})\n    {line.strip()}\n    {changed.strip()}', flush=True)
-    for kind in planted:
-        print(f'{kind:10} {caught[kind]:3} of {planted[kind]:3} caught')
-    total, share = sum(planted.values()), 100 * sum(caught.values()) / sum(planted.values())
-    print(f'{sum(caught.values())} of {total} faults caught: {share:.1f} of 100')
+    for kind in made:
+        print(f'{kind:10} {killed[kind]:3} of {made[kind]:3} killed')
+    total, share = sum(made.values()), 100 * sum(killed.values()) / sum(made.values())
+    print(f'{sum(killed.values())} of {total} mutants killed: {share:.1f} of 100')
     return share < 90
 
 
