@@ -120,6 +120,22 @@ private:
     QtMessageHandler m_previous;
 };
 
+/// Whether both are the same. If not, fails at the line of \a file where the first difference stands, which is printed
+/// whole: QCOMPARE cuts long texts. \a line is that of the first expected one.
+inline bool compareLines(const QStringList &actual, const QStringList &expected, const QString &call,
+                         const QString &file, int line)
+{
+    int i = 0;
+    while (i < actual.size() && i < expected.size() && actual[i] == expected[i])
+        ++i;
+    if (i == actual.size() && i == expected.size())
+        return true;
+    const QString text = call + u"\n   Actual:   "_s + actual.value(i, u"(nothing more)"_s) + u"\n   Expected: "_s +
+                         expected.value(i, u"(nothing more)"_s);
+    QTest::qFail(text.toUtf8(), file.toUtf8(), line + i);
+    return false;
+}
+
 /// Whether \a text is empty and, as asked, null or not: two different answers.
 inline bool isNull(const QString &text)
 {
