@@ -10,6 +10,7 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QProcess>
+#include <QtCore/QTemporaryFile>
 
 #include <csignal>
 #include <ctime>
@@ -26,6 +27,7 @@ private Q_SLOTS:
     void stats();
     void help();
     void interruption();
+    void follow();
     void closedStreams();
     void feeds_data();
     void feeds();
@@ -147,6 +149,34 @@ void tst_Replay::interruption()
     const Run run = finish(process);
     QVERIFY2(run.out.contains(u"\"Office\""_s) && run.out.contains(u"\n2 calls: "_s), qPrintable(run.out));
     QCOMPARE(run.status, 130);
+}
+
+/// On a terminal a recording is played while it grows.
+void tst_Replay::follow()
+{
+    QTemporaryFile recording;
+    QVERIFY(recording.open());
+    const auto record = [&recording](const char *line) { return recording.write(line) > 0 && recording.flush(); };
+    QVERIFY(record("[\"setPoolNodeValue\", \"p\", 3, \"Office\"]\n[\"getItem"));
+    Process terminal;
+    terminal.start(u"script"_s,
+                   {u"-qec"_s,
+                    QStringLiteral(REPLAY_COMMAND).replace(u'|', u' ') + u" --follow "_s + recording.fileName(),
+                    u"/dev/null"_s});
+    QByteArray out;
+    const auto waitFor = [&](const char *text) {
+        while (!out.contains(text) && terminal.waitForReadyRead(60000))
+            out += terminal.readAll();
+        return out.contains(text);
+    };
+    QVERIFY2(waitFor(": 1 call. Ctrl-C ends.") && waitFor("\"Office\""), out);
+    QVERIFY(record("Count\"]\n[\"setPoolNodeValue\", \"q\", 3, \"Lab\"]\n"));
+    QVERIFY2(waitFor(": 3 calls. Ctrl-C ends.") && waitFor("\"Lab\""), out);
+    terminal.write("\003");
+    QVERIFY(terminal.waitForFinished(60000));
+    QCOMPARE(terminal.exitCode(), 130);
+    QCOMPARE(replay({u"--follow"_s, u"-"_s}).status, 2); // nor where no terminal is
+    QCOMPARE(replay({u"--follow"_s, recording.fileName()}).status, 2);
 }
 
 void tst_Replay::closedStreams()
