@@ -19,7 +19,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 COPY = ROOT / 'build' / 'mutants'
-TESTS = ['tst_records', 'tst_store', 'tst_allocations', 'tst_transcripts', 'tst_decisions']
+TESTS = ['tst_records', 'tst_store', 'tst_allocations', 'tst_replay', 'tst_decisions']
 
 # kind, what is searched in a line, what replaces it
 RULES = [

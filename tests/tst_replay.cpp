@@ -8,7 +8,9 @@
 #include "feed/operations.h"
 
 #include <QtCore/QBuffer>
+#include <QtCore/QDir>
 #include <QtCore/QProcess>
+#include <QtCore/QTemporaryFile>
 
 #include <csignal>
 #include <ctime>
@@ -25,14 +27,25 @@ private Q_SLOTS:
     void stats();
     void help();
     void interruption();
+    void follow();
     void closedStreams();
+    void feeds_data();
+    void feeds();
+    void everyOperation();
     void alteredFeed();
-    void documentedScenes();
     void anyText();
     void roundTrip();
     void reader();
     void removals();
 };
+
+static const QString sessionsPath = QStringLiteral(TEST_FEEDS_DIR "/replay.sessions");
+
+static QString readText(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
 
 struct Run
 {
@@ -72,28 +85,37 @@ static Run replay(const QStringList &arguments, const QByteArray &input = {})
 }
 
 /// "== name" begins a session with the program: its arguments ($), its input (<, the last line without its end if that
-/// is a backslash), what it prints and reports, in that order, and its exit status (=) if that is not 0.
+/// is a backslash), its exit status (=) if that is not 0, and what it prints and reports, in that order.
 void tst_Replay::sessions_data()
 {
+    QTest::addColumn<int>("line");
     QTest::addColumn<QStringList>("lines");
-    QFile file(QStringLiteral(TRANSCRIPTS_DIR "/replay.sessions"));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QStringList sessions = (u"\n"_s + QString::fromUtf8(file.readAll())).split(u"\n== "_s).mid(1);
-    for (const QString &text : sessions)
-        QTest::newRow(text.section(u'\n', 0, 0).toUtf8().constData()) << text.section(u'\n', 1).split(u'\n');
+    const QStringList sessions = (u"\n"_s + readText(sessionsPath)).split(u"\n== "_s).mid(1);
+    int line = 1;
+    for (const QString &text : sessions) {
+        QStringList lines = text.split(u'\n');
+        line += lines.size();
+        lines.removeAll(QString()); // only behind the last one
+        QTest::newRow(lines[0].toUtf8()) << line - text.count(u'\n') << QStringList(lines.mid(1));
+    }
 }
 
 void tst_Replay::sessions()
 {
+    QFETCH(int, line);
     QFETCH(QStringList, lines);
-    QHash<QChar, QString> parts; // by the mark that a line begins with
-    for (const QString &line : std::as_const(lines)) {
-        const bool isMarked = QRegularExpression(u"^[$<=] "_s).match(line).hasMatch();
-        parts[isMarked ? line[0] : u' '] += line.mid(isMarked ? 2 : 0) + (line.isEmpty() ? u""_s : u"\n"_s);
-    }
-    const Run run = replay(parts[u'$'].simplified().split(u' '), parts[u'<'].replace(u"\\\n"_s, QString()).toUtf8());
-    QCOMPARE(run.out.split(u'\n'), parts[u' '].split(u'\n'));
-    QCOMPARE(run.status, parts[u'='].toInt());
+    const auto take = [&](const QString &mark) {
+        QString taken;
+        for (; lines.value(0).startsWith(mark); ++line)
+            taken += lines.takeFirst().mid(2) + u'\n';
+        return taken;
+    };
+    const QString arguments = take(u"$ "_s).simplified();
+    const QByteArray input = take(u"< "_s).replace(u"\\\n"_s, QString()).toUtf8();
+    const int status = take(u"= "_s).toInt();
+    const Run run = replay(arguments.split(u' '), input);
+    compareLines(run.out.split(u'\n'), lines << QString(), arguments, sessionsPath, line);
+    QCOMPARE(run.status, status);
 }
 
 void tst_Replay::stats()
@@ -129,6 +151,34 @@ void tst_Replay::interruption()
     QCOMPARE(run.status, 130);
 }
 
+/// On a terminal a recording is played while it grows.
+void tst_Replay::follow()
+{
+    QTemporaryFile recording;
+    QVERIFY(recording.open());
+    const auto record = [&recording](const char *line) { return recording.write(line) > 0 && recording.flush(); };
+    QVERIFY(record("[\"setPoolNodeValue\", \"p\", 3, \"Office\"]\n[\"getItem"));
+    Process terminal;
+    terminal.start(u"script"_s,
+                   {u"-qec"_s,
+                    QStringLiteral(REPLAY_COMMAND).replace(u'|', u' ') + u" --follow "_s + recording.fileName(),
+                    u"/dev/null"_s});
+    QByteArray out;
+    const auto waitFor = [&](const char *text) {
+        while (!out.contains(text) && terminal.waitForReadyRead(60000))
+            out += terminal.readAll();
+        return out.contains(text);
+    };
+    QVERIFY2(waitFor(": 1 call. Ctrl-C ends.") && waitFor("\"Office\""), out);
+    QVERIFY(record("Count\"]\n[\"setPoolNodeValue\", \"q\", 3, \"Lab\"]\n"));
+    QVERIFY2(waitFor(": 3 calls. Ctrl-C ends.") && waitFor("\"Lab\""), out);
+    terminal.write("\003");
+    QVERIFY(terminal.waitForFinished(60000));
+    QCOMPARE(terminal.exitCode(), 130);
+    QCOMPARE(replay({u"--follow"_s, u"-"_s}).status, 2); // nor where no terminal is
+    QCOMPARE(replay({u"--follow"_s, recording.fileName()}).status, 2);
+}
+
 void tst_Replay::closedStreams()
 {
     const QString command = QStringLiteral(REPLAY_COMMAND).replace(u'|', u' ');
@@ -140,41 +190,85 @@ void tst_Replay::closedStreams()
     }
 }
 
-// Parses a feed and plays it, and says at which lines it differs from what was recorded.
-static QList<int> differingLines(const QByteArray &feed)
+// Plays a feed; what is not as it was recorded, with the number of its line before it.
+static QStringList differences(QIODevice &feed, int *compared = nullptr)
 {
-    QBuffer buffer;
-    buffer.setData(feed);
-    buffer.open(QIODevice::ReadOnly);
-    FeedReader reader(buffer);
+    FeedReader reader(feed);
     FeedPlayer player;
     Check check;
-    QList<int> lines;
-    for (FeedLine line; reader.next(line); LiveObjects::ownLeftPolicies()) {
-        if (!check.compare(line, player.play(line)).isEmpty())
-            lines << int(reader.lineNumber());
+    QStringList found;
+    for (FeedLine line; reader.next(line);) {
+        LiveObjects::ownLeftPolicies();
+        const Outcome played = player.play(line);
+        const QStringList here = check.compare(line, played) + QStringList(played.error);
+        for (const QString &text : here) {
+            if (!text.isEmpty())
+                found << u"%1: %2"_s.arg(QString::number(reader.lineNumber()), text);
+        }
     }
-    return lines;
+    LiveObjects::ownLeftPolicies();
+    if (compared)
+        *compared = check.compared();
+    return found;
 }
 
-/// Each feed on the page of decisions answers what stands there after "# ".
-void tst_Replay::documentedScenes()
+static QStringList differences(QByteArray feed, int *compared = nullptr)
 {
-    QFile page(QStringLiteral(DOCS_DIR "/decisions.md"));
-    QVERIFY(page.open(QIODevice::ReadOnly));
-    const QStringList parts = QString::fromUtf8(page.readAll()).split(u"```\n"_s);
-    QCOMPARE(parts.size(), 7);
-    for (int scene = 1; scene < parts.size(); scene += 2) {
-        QString answers;
-        const QStringList lines = parts[scene].split(u'\n');
-        for (int i = 1; i < lines.size(); ++i) {
-            if (lines[i].startsWith(u"# "_s))
-                answers +=
-                    QStringLiteral("-:%1 %2 -> %3\n")
-                        .arg(QString::number(i), describeCall(parseLine(lines[i - 1].toUtf8()).call), lines[i].mid(2));
-        }
-        QCOMPARE(replay({u"--no-tree"_s, u"-"_s}, parts[scene].toUtf8()).out, answers);
+    QBuffer buffer(&feed);
+    buffer.open(QIODevice::ReadOnly);
+    return differences(buffer, compared);
+}
+
+/// Feeds are right to the letter: those of this folder, and as far as answers stand in them, examples and the fences of
+/// pages.
+void tst_Replay::feeds_data()
+{
+    QTest::addColumn<QByteArray>("feed");
+    QTest::addColumn<bool>("isRecorded");
+    for (const QString &folder : {QStringLiteral(TEST_FEEDS_DIR), QStringLiteral(FEEDS_DIR)}) {
+        const QDir dir(folder);
+        for (const QString &name : dir.entryList({u"*.jsonl"_s}))
+            QTest::newRow(qPrintable(dir.filePath(name)))
+                << readText(dir.filePath(name)).toUtf8() << (folder == QStringLiteral(TEST_FEEDS_DIR));
     }
+    const QDir docs(QStringLiteral(DOCS_DIR));
+    for (const QString &name : docs.entryList({u"*.md"_s})) {
+        const QStringList parts = readText(docs.filePath(name)).split(u"```"_s);
+        for (int i = 1; i < parts.size(); i += 2) {
+            const QString feed = parts[i].section(u'\n', 1);
+            if (feed.startsWith(u"[\""_s) || feed.startsWith(u"{\""_s))
+                QTest::addRow("%s, fence %d", qPrintable(name), i / 2 + 1) << feed.toUtf8() << false;
+        }
+    }
+}
+
+void tst_Replay::feeds()
+{
+    QFETCH(QByteArray, feed);
+    QFETCH(bool, isRecorded);
+    int compared = 0;
+    const QStringList found = differences(feed, &compared);
+    QVERIFY2(found.isEmpty(), qPrintable(u"line "_s + found.join(u"\nline "_s)));
+    QVERIFY(compared > 0 || !isRecorded);
+}
+
+/// Together the feeds of this folder make every call that a feed can, and a feed whatever the facade offers.
+void tst_Replay::everyOperation()
+{
+    QString feeds;
+    const QDir dir(QStringLiteral(TEST_FEEDS_DIR));
+    for (const QString &name : dir.entryList({u"*.jsonl"_s}))
+        feeds += readText(dir.filePath(name));
+    QString header = readText(QStringLiteral(HEADERS_DIR "/vmdatabase.h"));
+    header.remove(QRegularExpression(u"Q_SIGNALS:.*"_s, QRegularExpression::DotMatchesEverythingOption));
+    auto names = QRegularExpression(u"^    [A-Za-z][^/(]*[ &*]([a-z]\\w+)\\("_s, QRegularExpression::MultilineOption)
+                     .globalMatch(header);
+    int count = 2; // constructor and destructor
+    for (; names.hasNext(); ++count) {
+        const QString name = names.next().captured(1);
+        QVERIFY2(findOperation(name) && feeds.contains(u"[\""_s + name + u'"'), qPrintable(name));
+    }
+    QCOMPARE(count, allOperations().size());
 }
 
 /// What a feed does is recorded; then one answer, log line or signal after the other is altered, and found.
@@ -200,15 +294,15 @@ void tst_Replay::alteredFeed()
             feed += formatLine(line) + "\n";
         return feed;
     };
-    QCOMPARE(differingLines(written()), QList<int>());
+    QCOMPARE(differences(written()), QStringList());
     int altered = 0;
     for (int i = 0; i < lines.size(); ++i) {
         const FeedLine original = lines[i];
         const auto compare = [&] {
-            const QList<int> found = differingLines(written());
+            const QStringList found = differences(written());
             lines[i] = original;
             ++altered;
-            return found == QList<int>{i + 1};
+            return found.size() == 1 && found[0].startsWith(QString::number(i + 1) + u": "_s);
         };
         if (!original.answer.isUndefined()) {
             lines[i].answer = QJsonArray{original.answer};
@@ -246,7 +340,7 @@ void tst_Replay::roundTrip()
              R"(["getItemCount"])",
              R"({"call":["getItemUuid",1],"answer":""})",
              R"({"call":["getItemUuid",1],"answer":null,"log":[],"signals":["remoteAppsUpdated"],"database":2})",
-             R"({"call":["clear"],"thread":"main","at":1.500000,"took":2.5,"entered":9007199254740991})",
+             R"({"call":["clear"],"thread":"main","at":1.5000000,"entered":9007199254740991,"took":2.5})",
              R"({"case":"positions","x":[1]})",
          })
         QCOMPARE(formatLine(parseLine(text)), QByteArray(text));

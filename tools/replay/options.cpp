@@ -4,6 +4,7 @@
 #include "options.h"
 
 #include "feed/operations.h"
+#include "screen.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
@@ -65,6 +66,9 @@ Options readOptions(const QStringList &arguments)
     const QCommandLineOption explain(QStringLiteral("explain"),
                                      QStringLiteral("Print why a pool is shown or hidden in the end."),
                                      QStringLiteral("POOL"));
+    const QCommandLineOption follow(
+        QStringLiteral("follow"),
+        QStringLiteral("Play a recording while it grows, and show what is stored then. Only on a terminal."));
     const QCommandLineOption history(
         QStringLiteral("history"),
         QStringLiteral("Print every change of a pool, an item or one value, of POOL[/ITEM][:KEY] or 'app ID[:KEY]'."),
@@ -88,7 +92,8 @@ Options readOptions(const QStringList &arguments)
     const QCommandLineOption until(
         QStringLiteral("until"), QStringLiteral("Stop after this line of the last FILE and print what is stored then."),
         QStringLiteral("LINE"));
-    parser.addOptions({check, diff, dump, explain, history, json, lint, log, noTree, quiet, stats, strict, until});
+    parser.addOptions(
+        {check, diff, dump, explain, follow, history, json, lint, log, noTree, quiet, stats, strict, until});
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The feeds to play, - for standard input."),
                                  QStringLiteral("FILE..."));
 
@@ -110,18 +115,23 @@ Options readOptions(const QStringList &arguments)
     options.check = parser.isSet(check);
     options.diff = parser.isSet(diff);
     options.dump = parser.isSet(dump);
+    options.follow = parser.isSet(follow);
     options.explain = parser.value(explain);
     options.history = parser.value(history);
     options.json = parser.isSet(json);
     options.lint = parser.isSet(lint);
     options.log = parser.isSet(log);
-    options.quiet = parser.isSet(quiet) || asksForView(options);
+    options.quiet = parser.isSet(quiet) || options.follow || asksForView(options);
     options.stats = parser.isSet(stats);
     options.strict = parser.isSet(strict);
     options.tree = !parser.isSet(noTree) && !asksForView(options);
     options.until = parser.value(until).toLongLong();
     if (parser.isSet(until) && options.until < 1)
         options.error = QStringLiteral("--until %1: expected a line number from 1").arg(parser.value(until));
+    else if (options.follow && (options.files.size() != 1 || options.files.contains(QStringLiteral("-"))))
+        options.error = QStringLiteral("--follow: expected one FILE, which is not standard input");
+    else if (options.follow && !Screen::isAvailable())
+        options.error = QStringLiteral("--follow: standard output is not a terminal");
     else if (options.files.isEmpty())
         options.error = QStringLiteral("no FILE to play, - for standard input");
     return options;

@@ -16,6 +16,7 @@ struct Options
     bool check = false;
     bool diff = false;
     bool dump = false;
+    bool follow = false;
     bool json = false;
     bool lint = false;
     bool log = false;

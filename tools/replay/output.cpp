@@ -25,6 +25,11 @@ void printLine(const QJsonObject &object)
     printLine(compactJson(object));
 }
 
+QString counted(qint64 count, const QString &one, const QString &many)
+{
+    return QString::number(count) + QLatin1Char(' ') + (count == 1 ? one : many);
+}
+
 void report(const QString &text)
 {
     std::fflush(stdout); // so that both streams keep their order, wherever they go

@@ -14,6 +14,9 @@ void print(const QString &text);
 void printLine(const QString &line);
 void printLine(const QJsonObject &object);
 
+/// "1 line", "2 lines".
+QString counted(qint64 count, const QString &one, const QString &many);
+
 /// Writes \a text as a line to standard error, behind all that was printed before.
 void report(const QString &text);
 

@@ -7,6 +7,8 @@
 #include "inputfile.h"
 #include "views.h"
 
+#include <QtCore/QThread>
+
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -34,8 +36,9 @@ bool Replay::run(const volatile int &interrupted)
             break;
     }
     m_progress.hide();
-    if (m_badLines > 1)
-        report(QStringLiteral("%1 lines are not good calls").arg(m_badLines));
+    if (m_badLines > 1 || (m_badLines == 1 && m_options.follow))
+        report(
+            counted(m_badLines, QStringLiteral("line is not a good call"), QStringLiteral("lines are not good calls")));
     if (m_isReadable && (m_isGood || !m_options.strict)) {
         for (const auto &view : m_views)
             m_isGood = view->finish() && m_isGood;
@@ -53,10 +56,17 @@ void Replay::playFile(const QString &name, qint64 until, const volatile int &int
     InputFile file(name);
     FeedReader reader(file);
     FeedLine line;
-    while (file.isGood() && (until == 0 || m_line < until)) {
+    if (m_options.follow && file.isGood())
+        m_screen = std::make_unique<Screen>();
+    while (file.isGood() && !interrupted && (until == 0 || m_line < until)) {
         const qint64 begin = m_timer.nsecsElapsed();
-        const bool isRead = reader.next(line);
+        const bool isRead = reader.next(line, m_options.follow);
         m_reading += m_timer.nsecsElapsed() - begin;
+        if (!isRead && m_screen) {
+            showScreen();
+            QThread::msleep(100);
+            continue;
+        }
         if (!isRead || interrupted)
             break;
         m_line = reader.lineNumber();
@@ -67,6 +77,7 @@ void Replay::playFile(const QString &name, qint64 until, const volatile int &int
         if (!m_isGood && m_options.strict)
             break;
     }
+    m_screen.reset();
     m_isReadable = m_isReadable || file.isGood();
     if (!file.isGood()) {
         m_isGood = false;
@@ -95,8 +106,20 @@ void Replay::playLine(const FeedLine &line)
         view->follow(played);
 }
 
+// What is stored now, unless nothing has happened.
+void Replay::showScreen()
+{
+    if (m_shownCalls == m_calls)
+        return;
+    m_shownCalls = m_calls;
+    const QString calls = counted(m_calls, QStringLiteral("call"), QStringLiteral("calls"));
+    m_screen->show(QStringLiteral("%1: %2. Ctrl-C ends.\n").arg(m_file, calls) + drawTrees(m_player).trimmed());
+}
+
 void Replay::writeLog(const Played &played)
 {
+    if (m_screen)
+        return;
     for (const QString &text : played.outcome.log) {
         if (!m_options.log && (m_options.check || text.startsWith(QLatin1String("info: "))))
             continue;
@@ -107,9 +130,11 @@ void Replay::writeLog(const Played &played)
 
 void Replay::reportLine(const FeedLine &line, const QString &error)
 {
-    m_progress.hide();
     ++m_badLines;
     m_isGood = false;
+    if (m_screen)
+        return; // counted in the end
+    m_progress.hide();
     const QString column = line.column > 0 ? QStringLiteral(":%1").arg(line.column) : QString();
     report(QStringLiteral("%1:%2%3: ").arg(m_file, QString::number(m_line), column) + error);
 }
@@ -134,9 +159,9 @@ void Replay::printStats()
         printLine({{QStringLiteral("stats"), stats}});
         return;
     }
-    print(QStringLiteral("%1 calls: %2 s in the library, %3 us each. Besides: %4 s reading, %5 s all else. "
+    print(QStringLiteral("%1: %2 s in the library, %3 us each. Besides: %4 s reading, %5 s all else. "
                          "Peak memory: %6 MB.\n")
-              .arg(m_calls)
+              .arg(counted(m_calls, QStringLiteral("call"), QStringLiteral("calls")))
               .arg(calling, 0, 'f', 3)
               .arg(microsecondsPerCall, 0, 'f', 2)
               .arg(reading, 0, 'f', 3)

@@ -5,6 +5,7 @@
 
 #include "options.h"
 #include "output.h"
+#include "screen.h"
 #include "view.h"
 
 #include <memory>
@@ -22,6 +23,7 @@ public:
 private:
     void playFile(const QString &name, qint64 until, const volatile int &interrupted);
     void playLine(const FeedLine &line);
+    void showScreen();
     void writeLog(const Played &played);
     void reportLine(const FeedLine &line, const QString &error);
     void printStats();
@@ -31,6 +33,8 @@ private:
     Progress m_progress;
     FeedPlayer m_player;
     std::vector<std::unique_ptr<View>> m_views;
+    std::unique_ptr<Screen> m_screen; // while a growing feed is followed
+    qint64 m_shownCalls = -1;
     QString m_file;
     QString m_case;
     qint64 m_line = 0;

@@ -45,6 +45,24 @@ static QJsonObject toJson(const Played &played, const QString &member, const QJs
     return object;
 }
 
+template <typename Draw>
+static QString drawEach(const FeedPlayer &player, Draw draw)
+{
+    const QList<int> databases = player.databases();
+    QString text;
+    for (const int number : databases) {
+        if (databases != QList<int>{1}) // the usual one needs no name
+            text += QStringLiteral("Database %1\n").arg(number);
+        text += draw(player.stored(number));
+    }
+    return databases.isEmpty() ? QStringLiteral("There is no database.\n") : text;
+}
+
+QString drawTrees(const FeedPlayer &player)
+{
+    return drawEach(player, [](const StoreCopy &stored) { return drawTree(stored); });
+}
+
 namespace {
 
 class AnswersView : public View
@@ -171,8 +189,7 @@ public:
             const QStringList lines = m_lint.repeated();
             for (const QString &line : lines)
                 printLine(line);
-            printLine(m_lint.count() == 1 ? QStringLiteral("1 finding")
-                                          : QStringLiteral("%1 findings").arg(m_lint.count()));
+            printLine(counted(m_lint.count(), QStringLiteral("finding"), QStringLiteral("findings")));
         }
         return m_lint.count() == 0;
     }
@@ -265,20 +282,17 @@ public:
         for (const int number : databases) {
             const StoreCopy &stored = m_player.stored(number);
             isKnown = isKnown || stored.pools.contains(m_pool);
-            if (m_json) {
+            if (m_json)
                 printLine({{QStringLiteral("database"), number},
                            {m_dump ? QStringLiteral("dump") : QStringLiteral("tree"),
                             m_dump ? readDump(stored, m_pool) : readTree(stored)}});
-                continue;
-            }
-            if (databases != QList<int>{1})
-                printLine(QStringLiteral("Database %1").arg(number));
-            print(m_dump ? drawDump(stored, m_pool) : drawTree(stored));
         }
         if (!isKnown)
             report(QStringLiteral("vmdatabase-replay: --dump=%1: no such pool is stored").arg(m_pool));
-        else if (databases.isEmpty() && !m_json)
-            printLine(QStringLiteral("There is no database."));
+        else if (!m_json)
+            print(drawEach(m_player, [this](const StoreCopy &stored) {
+                return m_dump ? drawDump(stored, m_pool) : drawTree(stored);
+            }));
         return isKnown;
     }
 

@@ -14,3 +14,6 @@ std::vector<std::unique_ptr<View>> makeViews(const Options &options, const FeedP
 
 /// Whether one of the views needs to know what each call changed.
 bool needChanges(const Options &options);
+
+/// What is stored in each of the player's databases.
+QString drawTrees(const FeedPlayer &player);
