@@ -11,6 +11,7 @@
 #include "feed/json.h"
 #include "feed/lint.h"
 #include "feed/operations.h"
+#include "feed/overlaps.h"
 #include "feed/tree.h"
 #include "output.h"
 
@@ -179,24 +180,45 @@ public:
             else
                 printLine(toText(finding));
         }
+        followThreads(played);
     }
 
     bool finish() override
     {
+        const qint64 count = m_lint.count() + m_forbidden;
         if (m_json) {
-            printLine({{QStringLiteral("lint"), QJsonObject{{QStringLiteral("findings"), m_lint.count()}}}});
+            printLine({{QStringLiteral("lint"), QJsonObject{{QStringLiteral("findings"), count}}}});
         } else {
             const QStringList lines = m_lint.repeated();
             for (const QString &line : lines)
                 printLine(line);
-            printLine(counted(m_lint.count(), QStringLiteral("finding"), QStringLiteral("findings")));
+            printLine(counted(count, QStringLiteral("finding"), QStringLiteral("findings")));
         }
-        return m_lint.count() == 0;
+        return count == 0;
     }
 
 private:
+    // Which calls overlapped and must not, if the feed has threads at all.
+    void followThreads(const Played &played)
+    {
+        m_hasThreads = m_hasThreads || !played.line.thread.isEmpty();
+        if (!m_hasThreads)
+            return;
+        const QStringList forbidden = m_overlaps.next(played.line, played.place.line);
+        for (const QString &text : forbidden) {
+            ++m_forbidden;
+            if (m_json)
+                printLine(toJson(played, QStringLiteral("forbiddenOverlap"), text));
+            else
+                printLine(played.heading() + QStringLiteral("threads: ") + text);
+        }
+    }
+
     const bool m_json;
     Lint m_lint;
+    Overlaps m_overlaps;
+    bool m_hasThreads = false;
+    qint64 m_forbidden = 0;
 };
 
 class HistoryView : public View
