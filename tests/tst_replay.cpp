@@ -246,7 +246,7 @@ void tst_Replay::roundTrip()
              R"(["getItemCount"])",
              R"({"call":["getItemUuid",1],"answer":""})",
              R"({"call":["getItemUuid",1],"answer":null,"log":[],"signals":["remoteAppsUpdated"],"database":2})",
-             R"({"call":["clear"],"thread":"main","at":1.500000,"took":2.5,"entered":9007199254740991})",
+             R"({"call":["clear"],"thread":"main","at":1.5000000,"entered":9007199254740991,"took":2.5})",
              R"({"case":"positions","x":[1]})",
          })
         QCOMPARE(formatLine(parseLine(text)), QByteArray(text));

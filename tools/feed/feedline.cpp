@@ -7,6 +7,9 @@
 
 #include <QtCore/QJsonDocument>
 
+#include <cmath>
+#include <iterator>
+
 static FeedLine invalid(const QString &error, int column = 0)
 {
     FeedLine line;
@@ -112,24 +115,53 @@ FeedLine parseLine(const QByteArray &line)
     return invalid(QStringLiteral("not JSON (%1)").arg(error.errorString()), line.indexOf(text) + offset);
 }
 
-static void append(QByteArray &json, const char *name, const std::optional<QStringList> &texts)
+// value / 10^digits. QByteArray::number() takes ten times as long.
+static void appendFixed(QByteArray &json, qint64 value, int digits)
 {
-    if (!texts)
-        return;
-    json += name;
-    json += '[';
-    for (const QString &text : *texts) {
-        if (&text != &texts->constFirst())
-            json += ',';
-        appendJson(json, text);
+    char text[32];
+    char *begin = std::end(text);
+    for (int i = 0; value > 0 || i <= digits; ++i, value /= 10) {
+        if (i == digits)
+            *--begin = '.';
+        *--begin = char('0' + value % 10);
     }
-    json += ']';
+    json.append(begin, int(std::end(text) - begin));
 }
 
-static void append(QByteArray &json, const char *name, const QJsonValue &value)
+void CallLine::appendTexts(QByteArray &json, const char *name, const QStringList &texts)
 {
     json += name;
-    appendJson(json, value);
+    appendJson(json, texts);
+}
+
+void CallLine::appendPlace(QByteArray &json, int database, const QString &thread)
+{
+    if (database != 1) {
+        json += ",\"database\":";
+        appendJson(json, database);
+    }
+    if (!thread.isEmpty()) {
+        json += ",\"thread\":";
+        appendJson(json, thread);
+    }
+}
+
+void CallLine::appendAt(QByteArray &json, qint64 tenths)
+{
+    json += ",\"at\":";
+    appendFixed(json, tenths, 7);
+}
+
+void CallLine::appendEntered(QByteArray &json, qint64 number)
+{
+    json += ",\"entered\":";
+    appendJson(json, number);
+}
+
+void CallLine::appendTook(QByteArray &json, qint64 tenths)
+{
+    json += ",\"took\":";
+    appendFixed(json, tenths, 1);
 }
 
 QByteArray formatLine(const FeedLine &line)
@@ -139,22 +171,24 @@ QByteArray formatLine(const FeedLine &line)
         appendJson(json, line.about);
         return json;
     }
-    append(json, "{\"call\":", line.call);
+    json += "{\"call\":";
+    appendJson(json, line.call);
     const int callEnd = json.size();
-    if (!line.answer.isUndefined())
-        append(json, ",\"answer\":", line.answer);
-    append(json, ",\"log\":", line.log);
-    append(json, ",\"signals\":", line.emitted);
-    if (line.database != 1)
-        append(json, ",\"database\":", line.database);
-    if (!line.thread.isEmpty())
-        append(json, ",\"thread\":", line.thread);
+    if (!line.answer.isUndefined()) {
+        json += ",\"answer\":";
+        appendJson(json, line.answer);
+    }
+    if (line.log)
+        CallLine::appendTexts(json, ",\"log\":", *line.log);
+    if (line.emitted)
+        CallLine::appendTexts(json, ",\"signals\":", *line.emitted);
+    CallLine::appendPlace(json, line.database, line.thread);
     if (line.at)
-        json += ",\"at\":" + QByteArray::number(*line.at, 'f', 6);
-    if (line.took)
-        json += ",\"took\":" + QByteArray::number(*line.took, 'f', 1);
+        CallLine::appendAt(json, std::llround(*line.at * 1e7));
     if (line.entered)
-        json += ",\"entered\":" + QByteArray::number(*line.entered);
+        CallLine::appendEntered(json, *line.entered);
+    if (line.took)
+        CallLine::appendTook(json, std::llround(*line.took * 10));
     if (json.size() == callEnd)
         return json.mid(int(sizeof("{\"call\":")) - 1);
     return json + '}';

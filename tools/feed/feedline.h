@@ -51,3 +51,13 @@ FeedLine parseLine(const QByteArray &text);
 
 /// Writes one line without its end; what is not set is left out. A call of which nothing else is known is a bare array.
 QByteArray formatLine(const FeedLine &line);
+
+/// The pieces of a call's line, for who writes it as the call goes on: formatLine() uses the same. \a tenths count tenths
+/// of a microsecond, so that two calls in a row do not seem to overlap.
+namespace CallLine {
+void appendTexts(QByteArray &json, const char *name, const QStringList &texts);
+void appendPlace(QByteArray &json, int database, const QString &thread);
+void appendAt(QByteArray &json, qint64 tenths);
+void appendEntered(QByteArray &json, qint64 number);
+void appendTook(QByteArray &json, qint64 tenths);
+} // namespace CallLine

@@ -6,6 +6,8 @@
 #include <QtCore/QJsonDocument>
 
 #include <algorithm>
+#include <charconv>
+#include <iterator>
 
 QJsonValue toJson(const QList<QString> &texts)
 {
@@ -30,17 +32,61 @@ static bool isPlain(const QString &text)
                        [](QChar c) { return c >= u' ' && c <= u'~' && c != u'"' && c != u'\\'; });
 }
 
+static void appendEscape(QByteArray &json, QChar c)
+{
+    static const char digits[] = "0123456789abcdef";
+    json += "\\u";
+    for (int shift = 12; shift >= 0; shift -= 4)
+        json += digits[(c.unicode() >> shift) & 15];
+}
+
+// A document for each text would be half of the price of writing a line.
 void appendJson(QByteArray &json, const QString &text)
 {
     if (text.isNull()) {
         json += "null";
-    } else if (isPlain(text)) { // most texts; a document for each would be half of the price of writing a line
-        json += '"';
-        json += text.toLatin1();
-        json += '"';
-    } else {
-        appendJson(json, QJsonValue(text));
+        return;
     }
+    json += '"';
+    if (isPlain(text)) { // most texts
+        const int begin = json.size();
+        json.resize(begin + text.size());
+        std::transform(text.cbegin(), text.cend(), json.data() + begin, [](QChar c) { return c.toLatin1(); });
+    } else {
+        for (int i = 0; i < text.size(); ++i) {
+            const QChar c = text.at(i);
+            if (c == u'"' || c == u'\\') {
+                json += '\\';
+                json += c.toLatin1();
+            } else if (c >= u' ' && c <= u'~') {
+                json += c.toLatin1();
+            } else if (c.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
+                json += text.midRef(i++, 2).toUtf8();
+            } else if (c.isSurrogate() || c < u' ') {
+                appendEscape(json, c);
+            } else {
+                json += text.midRef(i, 1).toUtf8();
+            }
+        }
+    }
+    json += '"';
+}
+
+void appendJson(QByteArray &json, const QList<QString> &texts)
+{
+    json += '[';
+    for (const QString &text : texts) {
+        if (&text != &texts.constFirst())
+            json += ',';
+        appendJson(json, text);
+    }
+    json += ']';
+}
+
+void appendJson(QByteArray &json, qint64 number)
+{
+    char digits[24];
+    json.append(digits, int(std::to_chars(digits, std::end(digits), number).ptr - digits));
 }
 
 void appendJson(QByteArray &json, const QJsonValue &value)

@@ -28,6 +28,12 @@ QJsonValue toJson(const Value &value)
 /// Appends \a value as compact JSON. Every text comes back as it was, one with half a surrogate pair too.
 void appendJson(QByteArray &json, const QJsonValue &value);
 void appendJson(QByteArray &json, const QString &text);
+void appendJson(QByteArray &json, const QList<QString> &texts);
+void appendJson(QByteArray &json, qint64 number);
+inline void appendJson(QByteArray &json, int number)
+{
+    appendJson(json, qint64(number));
+}
 
 /// \a value as compact JSON, for people and programs.
 QString compactJson(const QJsonValue &value);
