@@ -42,3 +42,12 @@ separate_arguments(flags UNIX_COMMAND "${CXX_FLAGS} ${output}")
 run(${CXX} -std=c++17 -fPIC ${CLIENT} ${flags} -o ${dir}/pkgconfig-client)
 run(${dir}/pkgconfig-client)
 expect_desktop()
+
+# The installed recorder finds the library that it preloads.
+if(NOT CXX_FLAGS MATCHES sanitize)
+    run(${prefix}/bin/vmdatabase-record -o ${dir}/recording.jsonl -- ${dir}/pkgconfig-client)
+    file(READ ${dir}/recording.jsonl recording)
+    if(NOT recording MATCHES "getVmPoolNameList.*~VmDatabase")
+        message(FATAL_ERROR "The recording is:\n${recording}")
+    endif()
+endif()
