@@ -52,3 +52,12 @@ set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)
 run(${CMAKE_COMMAND} -E chdir ${dir}/readme sh -c "${line} ${CXX_FLAGS}")
 run(${dir}/readme/client)
 expect_desktop()
+
+# The installed recorder finds the library that it preloads.
+if(NOT CXX_FLAGS MATCHES sanitize)
+    run(${prefix}/bin/vmdatabase-record -o ${dir}/recording.jsonl -- ${dir}/pkgconfig-client)
+    file(READ ${dir}/recording.jsonl recording)
+    if(NOT recording MATCHES "getVmPoolNameList.*~VmDatabase")
+        message(FATAL_ERROR "The recording is:\n${recording}")
+    endif()
+endif()
