@@ -55,7 +55,7 @@ expect_desktop()
 
 # The installed recorder finds the library that it preloads.
 if(NOT CXX_FLAGS MATCHES sanitize)
-    run(${prefix}/bin/vmdatabase-record -o ${dir}/recording.jsonl -- ${dir}/pkgconfig-client)
+    run(${prefix}/bin/vmdatabase-record -o ${dir}/recording.jsonl -- ${dir}/readme/client)
     file(READ ${dir}/recording.jsonl recording)
     if(NOT recording MATCHES "getVmPoolNameList.*~VmDatabase")
         message(FATAL_ERROR "The recording is:\n${recording}")
