@@ -8,19 +8,23 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
+#include <QtCore/QMutex>
+
+#include <atomic>
 
 // The message handler while any player or QuietLog lives. Lines of the library go to the list of the call that is being
 // made, all others to the handler that was there before.
 namespace {
 thread_local QStringList *sink = nullptr;
+QMutex usersMutex; // guards users, and only users
 int users = 0;
-QtMessageHandler previousHandler = nullptr;
+std::atomic<QtMessageHandler> previousHandler{nullptr};
 } // namespace
 
 static void handleLine(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
     if (!sink || qstrcmp(context.category, "default") != 0) {
-        previousHandler(type, context, text);
+        previousHandler.load()(type, context, text);
         return;
     }
     const char *severity = type == QtInfoMsg ? "info: " : type == QtCriticalMsg ? "critical: " : "other: ";
@@ -29,12 +33,16 @@ static void handleLine(QtMsgType type, const QMessageLogContext &context, const 
 
 static void useHandler()
 {
-    if (++users == 1)
-        previousHandler = qInstallMessageHandler(handleLine);
+    const QMutexLocker locker(&usersMutex);
+    if (++users > 1)
+        return;
+    previousHandler = qInstallMessageHandler(nullptr); // known before handleLine() needs it on another thread
+    qInstallMessageHandler(handleLine);
 }
 
 static void releaseHandler()
 {
+    const QMutexLocker locker(&usersMutex);
     if (--users == 0)
         qInstallMessageHandler(previousHandler);
 }
