@@ -1,0 +1,595 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "testsupport.h"
+
+#include "feed/describe.h"
+#include "feed/dump.h"
+#include "feed/feedreader.h"
+#include "feed/history.h"
+#include "viewer/mainwindow.h"
+#include "viewer/timeline.h"
+
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QAbstractItemModelTester>
+#include <QtWidgets/QtWidgets>
+
+#include <random>
+
+#ifdef NDEBUG
+static constexpr int many = 1000000;
+static constexpr int openTime = 5000; // milliseconds
+#else                                 // not to be waited for
+static constexpr int many = 50000;
+static constexpr int openTime = 60000;
+#endif
+
+static const QString desktops = QStringLiteral(FEEDS_DIR "/desktops.jsonl");
+
+class tst_Viewer : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void moments_data();
+    void moments();
+    void cards();
+    void marks();
+    void follow();
+    void badFeeds();
+    void aMillionCalls();
+    void window();
+    void panels();
+    void screenshot();
+
+private:
+    QString write(const QString &name, const QByteArray &text)
+    {
+        const QString path = m_dir.filePath(name);
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
+            qFatal("cannot write %s", qPrintable(path));
+        return path;
+    }
+    QTemporaryDir m_dir;
+};
+
+static bool load(FeedDocument &document, const QString &fileName)
+{
+    QSignalSpy loaded(&document, &FeedDocument::loaded);
+    document.open(fileName);
+    return loaded.wait(openTime);
+}
+
+/// A document, its moment and the models over it, watched by Qt's tester.
+struct Viewer
+{
+    FeedDocument document;
+    Moment moment{document};
+    CallsModel calls{document};
+    ProblemsModel problems{document};
+    DesktopsModel desktops;
+    StoreModel store;
+    HistoryModel history{document};
+    std::vector<std::unique_ptr<QAbstractItemModelTester>> testers;
+
+    Viewer()
+    {
+        for (QAbstractItemModel *model : QVector<QAbstractItemModel *>{&calls, &problems, &desktops, &store, &history})
+            testers.push_back(std::make_unique<QAbstractItemModelTester>(
+                model, QAbstractItemModelTester::FailureReportingMode::Fatal));
+    }
+    void go(int row)
+    {
+        moment.moveTo(row);
+        store.show(moment.before(), moment.after(), moment.changes());
+        desktops.show(moment.after(), moment.changes());
+    }
+    QString cards() const
+    {
+        static const QStringList states{u"shown"_s, u"hidden"_s, u"undecided"_s};
+        QStringList texts;
+        for (const Desktop &desktop : desktops.desktops()) {
+            QString text = desktop.name + u' ' + states[desktop.state];
+            for (const Desktop::Place &place : desktop.ranking)
+                text += (&place == desktop.ranking.cbegin() ? u" ["_s : u", "_s) + place.name +
+                        (place.isFailed ? u" failed"_s : u""_s);
+            text += desktop.ranking.isEmpty() ? u""_s : u"]"_s;
+            for (const Desktop::Machine &machine : desktop.machines)
+                text += u" "_s + machine.name + (machine.isActive ? u"*"_s : u""_s);
+            texts << text;
+        }
+        return texts.join(u"; "_s);
+    }
+    /// What is highlighted, as a change reads.
+    QStringList highlights(const QModelIndex &parent = {})
+    {
+        QStringList found;
+        while (store.canFetchMore(parent))
+            store.fetchMore(parent);
+        for (int row = 0; row < store.rowCount(parent); ++row) {
+            const QModelIndex index = store.index(row, 0, parent);
+            const int mark = index.data(StoreModel::MarkRole).toInt();
+            if (mark >= StoreModel::Changed) {
+                Change change = *store.subject(index);
+                if (mark == StoreModel::Removed)
+                    change.kind = Change::Removed;
+                found << describeSubject(change) + u' ' + describeAspect(change) + u' ' +
+                             index.siblingAtColumn(StoreModel::BeforeColumn).data().toString();
+            }
+            found << highlights(index);
+        }
+        return found;
+    }
+};
+
+void tst_Viewer::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_dir.path());
+    QCoreApplication::setOrganizationName(u"vmdatabase-test"_s);
+    QCoreApplication::setApplicationName(u"tst_viewer"_s);
+}
+
+void tst_Viewer::moments_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::newRow("a day") << desktops;
+    QTest::newRow("several databases, cases, removals, policies, odd uuids") << write(u"odd.jsonl"_s, R"(
+["setPoolNodeValue","a",4,"s"]
+["setPoolNodeValue","a",0,"other"]
+["setNodeValue","a","m",2,0,"dropped"]
+["setNodeValue","a","m",2,0,"later"]
+["setPolicyValue","a","n",0,1,"x"]
+["setPolicyValue","a","",0,1,"x"]
+["resetNodeValue","a","n",2,204]
+{"call":["setPoolNodeValue","b",308,"0"],"database":2}
+{"call":["setPoolNodeValue","b",307,"g"],"database":2}
+{"call":["setPoolNodeValue","c",307,"g"],"database":2}
+{"call":["setPoolNodeValue","c",306,"1"],"database":2}
+{"call":["dealVmPools"],"database":2}
+{"call":["setNodeValue","c","m",2,204,"1"],"database":2}
+{"call":["setPoolNodeValue","b",308,"0"],"database":2}
+{"call":["~VmDatabase"],"database":2}
+["getPoolNodeValue","read",3]
+["setRemoteAppValue","app",10,"k"]
+["setRemoteAppControlPolicy","app",{"a":1}]
+["getRemoteAppControlPolicy","listed"]
+["setSaasAppValue","app",10,"k"]
+["removeNode","later"]
+["removeNode","m"]
+["deleteRemoteApp","app"]
+["removeFamilyByParentUuid","other"]
+["removeChildrenByParentUuid","a"]
+{"case":"next"}
+["setPoolNodeValue","a",307,"g"]
+["setNodeValue","a","m",2,3,"M"]
+["wheelVmGroup","g"]
+["removeNodesByServerIp",""]
+["setSaasAppValue","app",10,"k"]
+["clear"]
+["setPoolNodeValue","a",3,"x"]
+)");
+}
+
+/// Every moment is what a player that follows changes has then, from wherever one comes; what is highlighted, explained
+/// and listed is what the other views of the feed say.
+void tst_Viewer::moments()
+{
+    QFETCH(QString, file);
+    Viewer viewer;
+    QVERIFY(load(viewer.document, file));
+
+    QStringList dumps, reasons, histories;
+    QVector<QStringList> changes;
+    const QStringList pools{u"p-10"_s, u"p-11"_s, u"p-30"_s, u"a"_s, u"b"_s, u"c"_s, u"read"_s, u"none"_s};
+    QMap<QString, Explanation> explanations;
+    for (const QString &pool : pools)
+        explanations.insert(pool, Explanation(pool));
+    History history(u"p-11:HiddenKey"_s);
+    QFile feed(file);
+    QVERIFY(feed.open(QIODevice::ReadOnly));
+    FeedReader reader(feed);
+    FeedPlayer player(FeedPlayer::FollowsChanges);
+    QString entries;
+    for (FeedLine line; reader.next(line);) {
+        if (line.kind == FeedLine::Blank && line.call.isEmpty() &&
+            viewer.document.rowOfLine(int(reader.lineNumber())) < dumps.size())
+            continue; // an empty line
+        const Outcome outcome = player.play(line);
+        const PlayedCall played{
+            {QFileInfo(file).fileName(), reader.lineNumber()}, line, outcome, player.stored(line.database)};
+        QString why;
+        for (auto it = explanations.begin(); it != explanations.end(); ++it) {
+            it->follow(played);
+            const QJsonArray cases = it->toJson()[u"databases"_s].toArray();
+            for (const QJsonValue &entry : cases) {
+                if (entry[u"database"_s] == line.database)
+                    why += it.key() + QString::fromUtf8(QJsonDocument(entry.toObject()).toJson());
+            }
+        }
+        const QVector<History::Entry> found = history.follow(played);
+        for (const History::Entry &entry : found)
+            entries += QStringLiteral("%1 %2\n").arg(entry.place.line).arg(describeValues(entry.change));
+        QStringList marks;
+        for (const Change &change : outcome.changes) {
+            const bool isWhole = change.kind == Change::Added || change.kind == Change::Removed;
+            marks << describeSubject(change) + u' ' + describeAspect(change) + u' ' +
+                         (isWhole                   ? describeAspect(change)
+                          : change.before.isEmpty() ? describeValues(change).section(u" -> "_s, 0, 0)
+                                                    : change.before);
+        }
+        marks.sort();
+        dumps << drawDump(player.stored(line.database));
+        changes << marks;
+        reasons << why;
+        histories << entries;
+    }
+    QCOMPARE(viewer.document.rowCount(), dumps.size());
+
+    std::vector<int> rows(size_t(dumps.size()));
+    std::iota(rows.begin(), rows.end(), 0);
+    std::vector<int> path = rows; // there, back and across
+    path.insert(path.end(), rows.rbegin(), rows.rend());
+    std::shuffle(rows.begin(), rows.end(), std::mt19937(1));
+    path.insert(path.end(), rows.begin(), rows.end());
+    for (const int row : path) {
+        viewer.go(row);
+        const QByteArray place = QByteArray::number(viewer.document.row(row).line);
+        if (viewer.document.row(row).kind == FeedLine::Call) {
+            QVERIFY2(drawDump(viewer.moment.after()) == dumps[row], place);
+            QString why;
+            for (const QString &pool : pools) {
+                const QJsonArray cases = explainPool(viewer.document, row, pool).toJson()[u"databases"_s].toArray();
+                for (const QJsonValue &entry : cases) {
+                    if (entry[u"database"_s] == viewer.document.row(row).database)
+                        why += pool + QString::fromUtf8(QJsonDocument(entry.toObject()).toJson());
+                }
+            }
+            QCOMPARE(why, reasons[row]);
+        }
+        QStringList marks = viewer.highlights();
+        marks.sort();
+        QCOMPARE(marks, changes[row]);
+        viewer.history.show(Change{Change::Pools, Change::Value, u"p-11"_s, {}, 0, VdiVM::HiddenKey, {}, {}}, 1, row);
+        QString entriesShown;
+        for (int i = 0; i < viewer.history.rowCount(); ++i) {
+            const auto text = [&](int column) { return viewer.history.index(i, column).data().toString(); };
+            const QString before = text(HistoryModel::BeforeColumn);
+            entriesShown += text(HistoryModel::LineColumn) + u' ' + (before == u"null"_s ? u"none"_s : before) +
+                            (before.isEmpty() ? u""_s : u" -> "_s + text(HistoryModel::AfterColumn)) + u'\n';
+        }
+        if (file == desktops && viewer.document.row(row).line < 120) // then all is removed
+            QCOMPARE(entriesShown, histories[row]);
+    }
+}
+
+void tst_Viewer::cards()
+{
+    Viewer viewer;
+    QVERIFY(load(viewer.document, desktops));
+    const QString machines = u"Office shown OFFICE-01* OFFICE-02; Kiosk hidden KIOSK-01 m-302; Retired hidden OLD-01"_s;
+    const QMap<int, QString> expected{
+        {24, u"Design B undecided [Design B, Design A]; Office undecided; Kiosk undecided; Retired undecided"_s},
+        {46, u"Design B shown [Design B, Design A]; "_s + machines},
+        {54, u"Design B shown [Design A, Design B failed]; "_s + machines},
+        {55, u"Design A shown [Design A, Design B failed]; "_s + machines},
+        {57, u"Design B shown [Design B failed, Design A failed]; "_s + machines},
+        {62, u"Design B hidden [Design B, Design A failed] m-111*; "_s + machines},
+        {67, u"Design B shown [Design B, Design A failed] m-111*; "_s + machines},
+        {118, u"Design B shown [Design B, Design A failed] m-111*; Office shown OFFICE-01*; Kiosk shown"_s},
+        {125, {}}};
+    const QList<int> lines = expected.keys();
+    const auto compare = [&](int line) {
+        viewer.go(viewer.document.rowOfLine(line));
+        // Before the machines are known no more than the names are compared.
+        QCOMPARE(viewer.cards(), expected[line]);
+    };
+    for (const int line : lines)
+        compare(line);
+    for (int i = lines.size() - 1; i >= 0; --i)
+        compare(lines[i]);
+    viewer.desktops.setShowsHidden(false);
+    viewer.go(viewer.document.rowOfLine(62));
+    QCOMPARE(viewer.cards(), u"Office shown OFFICE-01* OFFICE-02"_s);
+    QCOMPARE(viewer.desktops.summary(), u"1 shown, 3 hidden"_s);
+}
+
+void tst_Viewer::marks()
+{
+    Viewer viewer;
+    QVERIFY(load(viewer.document, write(u"marks.jsonl"_s, R"({"feed":1,"recorded":"today"}
+{"call":["setPoolNodeValue","p",3,"A"],"thread":"feeder","entered":1,"at":0.1,"took":5}
+{"call":["setPoolNodeValue","q",3,"B"],"thread":"feeder","entered":3,"at":0.30002,"took":10}
+{"call":["getVmPoolNameList"],"thread":"main","entered":2,"at":0.3,"took":50,"answer":["p"]}
+["dealVmPools"]
+["dealVmPools"]
+{"call":["getPoolNodeValue","p",308],"answer":"1"}
+["getParentUuid",""]
+no JSON
+["getNothing"]
+["getItemUuid"]
+{"unfinished":["dealVmPools"],"thread":"main","entered":4})")));
+    const FeedDocument &document = viewer.document;
+    QStringList flags;
+    for (int row = 0; row < document.rowCount(); ++row)
+        flags << CallsModel::marks(document.row(row));
+    QCOMPARE(flags, (QStringList{{},
+                                 {},
+                                 {},
+                                 u"differs from the recording, thread conflict"_s,
+                                 u"changes what is shown"_s,
+                                 u"decision"_s,
+                                 u"differs from the recording"_s,
+                                 u"critical line"_s,
+                                 u"not played"_s,
+                                 u"not played"_s,
+                                 u"not played"_s,
+                                 {}}));
+    QVERIFY(document.report(3).contains(u"main: getVmPoolNameList  beside  feeder: setPoolNodeValue(\"q\")"_s));
+    QVERIFY(document.report(6).contains(u"answers \"0\", recorded \"1\""_s));
+    QVERIFY(document.report(9).contains(u"unknown operation"_s));
+    QVERIFY(document.hasTimes() && document.hasThreads());
+    QCOMPARE(viewer.problems.rowCount(), 6);
+    QCOMPARE(document.find(3, FeedRow::Problem, true), 6);
+    QCOMPARE(document.find(6, FeedRow::Problem, false), 3);
+    QCOMPARE(document.find(3, FeedRow::Problem, false), -1);
+    QCOMPARE(document.findCall(3, false), 2);
+    QCOMPARE(document.rowOfLine(0), -1);
+    QCOMPARE(document.rowOfLine(100), document.rowCount() - 1);
+}
+
+void tst_Viewer::follow()
+{
+    const QString path = write(u"grows.jsonl"_s, "[\"setPoolNodeValue\",\"a\",3,\"A\"]\n[\"setPool");
+    MainWindow window;
+    window.open(path, true);
+    QTRY_COMPARE(window.document().rowCount(), 1);
+    QTRY_COMPARE(window.moment().row(), 0);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::Append));
+    file.write("NodeValue\",\"b\",3,\"B\"]\n[\"dealVmPools\"]\n[\"cut");
+    file.flush();
+    QTRY_COMPARE(window.document().rowCount(), 3);
+    QTRY_COMPARE(window.moment().row(), 2);
+    QCOMPARE(window.moment().after().pools[u"b"_s].values[VdiVM::HiddenKey], u"0"_s);
+    window.goToLine(1); // who looks at something is left there
+    file.write("\"]\n");
+    file.flush();
+    QTRY_COMPARE(window.document().rowCount(), 4);
+    QCOMPARE(window.moment().row(), 0);
+    write(u"grows.jsonl"_s, "[\"getItemCount\"]\n"); // a new recording in its place
+    QTRY_COMPARE(window.document().rowCount(), 1);
+    QTRY_COMPARE(window.document().row(0).answer, u"0"_s);
+}
+
+void tst_Viewer::badFeeds()
+{
+    MainWindow window;
+    QSignalSpy failed(&window, &MainWindow::failed);
+    QSignalSpy ready(&window, &MainWindow::ready);
+    window.open(desktops);
+    QTRY_COMPARE(ready.count(), 1);
+    const int rows = window.document().rowCount();
+    for (const QString &path : {m_dir.filePath(u"missing"_s), m_dir.path()}) {
+        failed.clear();
+        window.open(path);
+        QTRY_COMPARE(failed.count(), 1);
+        QTRY_VERIFY(window.findChild<QMessageBox *>());
+        delete window.findChild<QMessageBox *>();
+        QCOMPARE(window.document().rowCount(), rows); // what was there stays
+    }
+    ready.clear();
+    window.open(write(u"empty.jsonl"_s, ""));
+    QTRY_COMPARE(ready.count(), 1);
+    QCOMPARE(window.document().rowCount(), 0);
+    for (QAction *action : window.findChildren<QAction *>()) { // none of them needs a feed
+        if (action->shortcut().isEmpty() || action->text().contains(u"..."_s) || action->text().contains(u"Quit"_s))
+            continue;
+        action->trigger();
+    }
+    ready.clear();
+    window.open(write(u"bytes.jsonl"_s,
+                      QByteArray("\xef\xbb\xbf[\"getItemCount\"]\r\n\0\xff\xfe\r\n\r\n{\r\n[\"clear\"]", 43)));
+    QTRY_COMPARE(ready.count(), 1);
+    QCOMPARE(window.document().rowCount(), 4);
+    QCOMPARE(window.document().row(0).answer, u"0"_s);
+    QCOMPARE(window.findChildren<QTableView *>().size(), 4);
+    QCOMPARE(window.document().find(0, FeedRow::Problem, true), 1);
+    QCOMPARE(window.document().find(1, FeedRow::Problem, true), 2);
+}
+
+void tst_Viewer::aMillionCalls()
+{
+    QFile day(desktops);
+    QVERIFY(day.open(QIODevice::ReadOnly));
+    QByteArray calls;
+    const QList<QByteArray> lines = day.readAll().split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.startsWith('[') && line != "[\"clear\"]")
+            calls += line + '\n';
+    }
+    const QByteArray text = calls.repeated(many / calls.count('\n') + 1);
+    const QString path = write(u"many.jsonl"_s, text);
+
+    MainWindow window;
+    window.show();
+    QSignalSpy ready(&window, &MainWindow::ready);
+    QTimer beat;
+    QElapsedTimer time, sinceBeat;
+    qint64 longest = 0;
+    connect(&beat, &QTimer::timeout, this, [&] { longest = std::max(longest, sinceBeat.restart()); });
+    beat.start(1);
+    time.start();
+    sinceBeat.start();
+    window.open(path);
+    QTRY_COMPARE_WITH_TIMEOUT(ready.count(), 1, 4 * openTime);
+    const qint64 opened = time.elapsed();
+    QVERIFY(window.document().rowCount() >= many);
+    qInfo("%d calls opened in %lld ms, longest wait %lld ms", window.document().rowCount(), opened, longest);
+
+    qint64 slowest = 0;
+    window.selectPool(u"p-11"_s);
+    const int first = window.document().rowCount() - std::min(many, 100000);
+    for (int row = window.document().rowCount() - 1; row >= first; row -= (many / 100) | 1) {
+        for (const int to : {row, row - 1, first + (window.document().rowCount() - 1 - row)}) {
+            time.restart();
+            window.moment().moveTo(to);
+            QCoreApplication::processEvents();
+            slowest = std::max(slowest, time.elapsed());
+        }
+    }
+    qInfo("a step back or across takes at most %lld ms", slowest);
+    time.restart();
+    window.findChild<QLineEdit *>()->setText(u"not in it"_s);
+    window.findChild<QAction *>(u"findNext"_s)->trigger();
+    window.findChild<QLineEdit *>()->setText(u"removeNode(\"m-202\")"_s);
+    window.findChild<QAction *>(u"findNext"_s)->trigger();
+    QTRY_VERIFY(window.document().text(window.moment().row()) == u"[\"removeNode\", \"m-202\"]"_s);
+
+    ready.clear();
+    window.open(path);
+    QTRY_VERIFY(window.document().rowCount() > 0 && window.document().rowCount() < many);
+    window.findChild<QToolButton *>(u"cancel"_s)->click();
+    QCOMPARE(ready.count(), 1);
+    const int rows = window.document().rowCount();
+    QTest::qWait(200);
+    QCOMPARE(window.document().rowCount(), rows);
+#ifdef NDEBUG
+    QVERIFY2(longest <= 500, qPrintable(QString::number(longest)));
+    QVERIFY2(slowest <= 150, qPrintable(QString::number(slowest)));
+#endif
+}
+
+void tst_Viewer::window()
+{
+    MainWindow window;
+    QSignalSpy ready(&window, &MainWindow::ready);
+    window.open(desktops, false, 45, u"p-11"_s);
+    QTRY_COMPARE(ready.count(), 1);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    const auto line = [&] { return window.document().row(window.moment().row()).line; };
+    const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget() : &window, key, modifiers);
+        return line();
+    };
+    QApplication::setActiveWindow(&window);
+    QCOMPARE(line(), 45);
+    QCOMPARE(press(Qt::Key_Down, Qt::ControlModifier), 46);
+    QCOMPARE(press(Qt::Key_Up, Qt::ControlModifier), 43); // past the comment
+    QCOMPARE(press(Qt::Key_E, Qt::ControlModifier), 46);
+    QCOMPARE(press(Qt::Key_E, Qt::ControlModifier), 55); // the turn at 53 shows what is shown already
+    QCOMPARE(press(Qt::Key_D, Qt::ControlModifier | Qt::ShiftModifier), 53);
+    QCOMPARE(press(Qt::Key_D, Qt::ControlModifier), 55);
+    QCOMPARE(press(Qt::Key_End, Qt::ControlModifier), 127);
+    QCOMPARE(press(Qt::Key_Home, Qt::ControlModifier), 1);
+    QCOMPARE(press(Qt::Key_F8), 1); // there is none
+    window.findChild<Timeline *>()->setValue(window.document().rowOfLine(57));
+    QCOMPARE(line(), 57);
+    auto *why = window.findChild<QTextBrowser *>();
+    QTRY_VERIFY(why->toPlainText().contains(u"desktops.jsonl:57"_s));
+    QVERIFY(why->toPlainText().contains(u"Design B"_s));
+    Q_EMIT why->anchorClicked(QUrl(u"line:11"_s));
+    QCOMPARE(line(), 11);
+
+    auto *find = window.findChild<QLineEdit *>();
+    find->setText(u"hiddenkey"_s); // stands in the file as a number
+    QTest::keyClick(find, Qt::Key_Return);
+    QTRY_COMPARE(line(), 47);
+    press(Qt::Key_F3, Qt::ShiftModifier);
+    QTRY_COMPARE(line(), 119);
+
+    window.goToLine(46);
+    auto *play = window.findChild<QAction *>(u"play"_s);
+    play->trigger();
+    QTRY_VERIFY(line() > 48);
+    play->trigger();
+
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(QStringLiteral(FEEDS_DIR "/pool-server.jsonl"))});
+    QDragEnterEvent enter({}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&window, &enter);
+    QVERIFY(enter.isAccepted());
+    QDropEvent drop({}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    ready.clear();
+    QCoreApplication::sendEvent(&window, &drop);
+    QTRY_COMPARE(ready.count(), 1);
+    QCOMPARE(window.windowTitle().section(u' ', 0, 0), u"pool-server.jsonl"_s);
+    auto *recent = window.findChild<QMenu *>(u"recent"_s);
+    Q_EMIT recent->aboutToShow();
+    QCOMPARE(recent->actions().value(0)->text(), u"pool-server.jsonl"_s);
+    QCOMPARE(recent->actions().value(1)->text(), u"desktops.jsonl"_s);
+
+    window.resize(1000, 700);
+    window.findChild<QSplitter *>()->setSizes({100, 400});
+    const QList<int> sizes = window.findChild<QSplitter *>()->sizes();
+    window.close();
+    MainWindow again;
+    again.show();
+    QCOMPARE(again.size(), QSize(1000, 700));
+    QCOMPARE(again.findChild<QSplitter *>()->sizes(), sizes);
+}
+
+/// Whoever cannot use a mouse or see the window reaches and hears everything.
+void tst_Viewer::panels()
+{
+    const QByteArray hostile = "[\"setPoolNodeValue\",\"p\",3,\"" +
+                               QByteArray("\xd7\xa9\xd7\x95\xd7\x9c\xd7\x97\xd7\x9f ").repeated(300) +
+                               "\"]\n[\"setPoolNodeValue\",\"p\",307,\"<b>&amp;\"]\n[\"setNodeValue\",\"p\","
+                               "\"\\n\\u0000\",2,3,\"x\"]\n[\"dealVmPools\"]\n";
+    for (const Qt::LayoutDirection direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+        QGuiApplication::setLayoutDirection(direction);
+        MainWindow window;
+        QSignalSpy ready(&window, &MainWindow::ready);
+        window.open(write(u"hostile.jsonl"_s, hostile), false, 4, u"p"_s);
+        QTRY_COMPARE(ready.count(), 1);
+        window.resize(700, 500);
+        window.show();
+        QVERIFY(!window.grab().isNull());
+        QVERIFY(window.findChild<QTextBrowser *>()->toPlainText().contains(u"<b>&amp;"_s));
+        for (QWidget *widget : window.findChildren<QWidget *>()) {
+            const bool isPart = qobject_cast<QScrollBar *>(widget) || qobject_cast<QHeaderView *>(widget) ||
+                                qobject_cast<QTabBar *>(widget) || qobject_cast<QTabWidget *>(widget) ||
+                                qobject_cast<QMenuBar *>(widget) || widget->objectName().startsWith(u"qt_"_s) ||
+                                qobject_cast<QAbstractItemView *>(widget->parentWidget()) ||
+                                qobject_cast<QToolBar *>(widget->parentWidget()) || widget->isWindow();
+            if ((widget->focusPolicy() & Qt::TabFocus) && !isPart)
+                QVERIFY2(!QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name).isEmpty(),
+                         widget->metaObject()->className());
+        }
+        QSet<QKeySequence> keys;
+        for (QAction *action : window.findChildren<QAction *>()) {
+            if (action->shortcut().isEmpty())
+                continue;
+            QVERIFY2(!keys.contains(action->shortcut()), qPrintable(action->text()));
+            keys << action->shortcut();
+        }
+        QVERIFY(keys.size() > 20);
+        const QAbstractItemModel *cards = window.findChild<QListView *>()->model();
+        QVERIFY(cards->index(0, 0).data(Qt::AccessibleTextRole).toString().contains(u"hidden"_s));
+    }
+    QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+}
+
+void tst_Viewer::screenshot()
+{
+    const auto run = [&](const QStringList &arguments) {
+        QProcess process;
+        process.start(QStringLiteral(VIEWER), arguments);
+        return process.waitForFinished(30000) && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    };
+    const QString png = m_dir.filePath(u"shot.png"_s);
+    const QStringList options{u"--size"_s, u"900x600"_s, u"--screenshot"_s};
+    QCOMPARE(run(options + QStringList{png, u"--at"_s, u"57"_s, u"--pool"_s, u"p-11"_s, desktops}), 0);
+    QCOMPARE(QImage(png).size(), QSize(900, 600));
+    QCOMPARE(run(options + QStringList{m_dir.filePath(u"no/such.png"_s), desktops}), 1);
+    QCOMPARE(run(options + QStringList{png, m_dir.filePath(u"missing"_s)}), 1);
+    for (const QStringList &wrong : {QStringList{u"--at"_s, u"x"_s, desktops}, QStringList{u"--at"_s, u"3"_s},
+                                     QStringList{desktops, desktops}, QStringList{u"--size"_s, u"9"_s, desktops}})
+        QCOMPARE(run(wrong), 2);
+}
+
+QTEST_MAIN(tst_Viewer)
+#include "tst_viewer.moc"

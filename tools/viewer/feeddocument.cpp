@@ -1,0 +1,494 @@
+// SPDX-FileCopyrightText: 2026 The vmdatabase authors
+// SPDX-License-Identifier: MIT
+
+#include "feeddocument.h"
+
+#include "feed/check.h"
+#include "feed/feedplayer.h"
+#include "feed/feedreader.h"
+#include "feed/json.h"
+#include "feed/operations.h"
+#include "feed/overlaps.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QSet>
+
+#include <algorithm>
+
+namespace {
+
+// Every text that is kept, once: a feed says the same few things again and again.
+class Texts
+{
+public:
+    void share(QString &text)
+    {
+        constexpr int longest = 200;
+        if (!text.isEmpty() && text.size() <= longest)
+            text = *m_texts.insert(text);
+    }
+
+private:
+    QSet<QString> m_texts;
+};
+
+bool isDecision(const QString &operation)
+{
+    return operation == QLatin1String("wheelVmGroup") || operation == QLatin1String("dealVmPools") ||
+           operation == QLatin1String("dealVmGroupPool");
+}
+
+// Whether the client writes the key itself that decisions write.
+bool writesHidden(const QJsonArray &call)
+{
+    const QString operation = call.at(0).toString();
+    const int key = operation == QLatin1String("setPoolNodeValue")                                               ? 2
+                    : operation == QLatin1String("setNodeValue") || operation == QLatin1String("resetNodeValue") ? 4
+                                                                                                                 : -1;
+    return key > 0 && (call.at(key) == VdiVM::HiddenKey || call.at(key) == QLatin1String("HiddenKey"));
+}
+
+// Whether a user would see it: a pool that the library has shown or hidden, or a shown one that is gone.
+bool changesShown(const Change &change, const StoreCopy &before)
+{
+    if (change.table != Change::Pools || change.item)
+        return false;
+    if (change.kind == Change::Removed)
+        return before.pools.value(change.id).values.value(VdiVM::HiddenKey) == QLatin1String("0");
+    return change.kind == Change::Value && change.key == VdiVM::HiddenKey;
+}
+
+// Plays lines into batches.
+class Loading
+{
+public:
+    explicit Loading(FeedReader &reader)
+        : m_reader(reader)
+    {}
+
+    void add(const FeedLine &line, qint64 offset);
+    QSharedPointer<FeedBatch> take();
+
+private:
+    void play(FeedRow &row, const FeedLine &line);
+    void checkpoint();
+    void report(const QString &text);
+
+    FeedReader &m_reader;
+    FeedPlayer m_player{FeedPlayer::FollowsChanges};
+    Check m_check;
+    Overlaps m_overlaps;
+    Texts m_texts;
+    QSharedPointer<FeedBatch> m_batch = QSharedPointer<FeedBatch>::create();
+    int m_rows = 0;
+    int m_changes = 0;
+    int m_logs = 0;
+    int m_nextCheckpoint = 0;
+    bool m_hasThreads = false;
+};
+
+void Loading::report(const QString &text)
+{
+    QString &reports = m_batch->reports[m_rows];
+    if (!reports.isEmpty())
+        reports += QLatin1Char('\n');
+    reports += text;
+}
+
+void Loading::play(FeedRow &row, const FeedLine &line)
+{
+    // Only removals need to know what was there; a copy costs nothing but the next change.
+    StoreCopy before;
+    const QString operation = line.operation();
+    const bool removes = operation.startsWith(QLatin1String("remove")) || operation.contains(QLatin1String("clear")) ||
+                         operation[0] == u'~';
+    if (removes)
+        before = m_player.stored(line.database);
+    Outcome outcome = m_player.play(line);
+    row.database = line.database;
+    // Calls without a thread overlap with none; following them is a fifth of the price of a line.
+    m_hasThreads = m_hasThreads || !line.thread.isEmpty();
+    const QStringList conflicts = m_hasThreads ? m_overlaps.next(line, m_reader.lineNumber()) : QStringList();
+    if (!conflicts.isEmpty()) {
+        row.flags |= FeedRow::Conflict;
+        report(conflicts.join(QLatin1Char('\n')));
+    }
+    const QStringList differences = m_check.compare(line, outcome);
+    if (!outcome.error.isEmpty()) {
+        row.flags |= FeedRow::Bad;
+        report(outcome.error);
+        return;
+    }
+    if (!differences.isEmpty()) {
+        row.flags |= FeedRow::Different;
+        report(differences.join(QLatin1Char('\n')));
+    }
+    if (isDecision(operation))
+        row.flags |= FeedRow::Decision;
+    if (operation == QLatin1String("dealVmPools"))
+        row.flags |= FeedRow::DecidesAll;
+    if (writesHidden(line.call))
+        row.flags |= FeedRow::WritesHidden;
+    if (operation == QLatin1String("clear"))
+        row.flags |= FeedRow::Closes;
+    else if (operation == QLatin1String("~VmDatabase"))
+        row.flags |= FeedRow::Destroys;
+    if (!outcome.answer.isUndefined()) {
+        row.answer = shortJson(outcome.answer);
+        m_texts.share(row.answer);
+    }
+    for (QString &text : outcome.log) {
+        if (text.startsWith(QLatin1String("critical: ")))
+            row.flags |= FeedRow::Critical;
+        m_texts.share(text);
+        m_batch->logs.push_back(text);
+    }
+    m_logs += outcome.log.size();
+    for (Change &change : outcome.changes) {
+        if (changesShown(change, before))
+            row.flags |= FeedRow::ChangesShown;
+        m_texts.share(change.id);
+        m_texts.share(change.before);
+        m_texts.share(change.after);
+        if (change.item)
+            m_texts.share(*change.item);
+        m_batch->changes.push_back(std::move(change));
+    }
+    m_changes += outcome.changes.size();
+}
+
+// A moment is at most as many changes away from a checkpoint as there are records, and never far: so checkpoints take no
+// more memory than the changes do.
+void Loading::checkpoint()
+{
+    constexpr int least = 4096;
+    if (m_changes < m_nextCheckpoint)
+        return;
+    int records = 0;
+    Stores stores;
+    const QList<int> databases = m_player.databases();
+    for (const int number : databases) {
+        const StoreCopy &stored = m_player.stored(number);
+        stores.insert(number, stored);
+        records += stored.pools.size() + stored.remoteApps.size() + stored.saasApps.size();
+        for (const StoreCopy::Pool &pool : stored.pools)
+            records += pool.items.size();
+    }
+    m_batch->checkpoints.insert(m_rows, stores);
+    m_nextCheckpoint = m_changes + std::max(least, records);
+}
+
+void Loading::add(const FeedLine &line, qint64 offset)
+{
+    FeedRow row;
+    row.offset = offset;
+    row.size = int(std::min<qint64>(m_reader.position() - offset, FeedReader::maxLineSize));
+    constexpr int lineEnd = 2; // CRLF
+    if (line.kind == FeedLine::Blank && row.size <= lineEnd)
+        return;
+    row.line = int(m_reader.lineNumber());
+    row.kind = line.kind;
+    row.firstChange = m_changes;
+    row.firstLog = m_logs;
+    if (line.kind == FeedLine::Call) {
+        play(row, line);
+        m_batch->hasTimes = m_batch->hasTimes || line.at;
+        m_batch->hasThreads = m_hasThreads;
+    } else if (line.kind == FeedLine::Invalid) {
+        row.flags |= FeedRow::Bad;
+        report(line.column > 0 ? QStringLiteral("column %1: %2").arg(line.column).arg(line.error) : line.error);
+    } else {
+        m_player.play(line);
+        m_check.compare(line, {});
+    }
+    m_batch->rows.push_back(std::move(row));
+    checkpoint();
+    ++m_rows;
+}
+
+QSharedPointer<FeedBatch> Loading::take()
+{
+    m_batch->position = m_reader.position();
+    return std::exchange(m_batch, QSharedPointer<FeedBatch>::create());
+}
+
+} // namespace
+
+FeedLoader::FeedLoader(const QString &fileName, bool follows, QObject *parent)
+    : QThread(parent)
+    , m_fileName(fileName)
+    , m_follows(follows)
+{
+    qRegisterMetaType<QSharedPointer<FeedBatch>>();
+}
+
+FeedLoader::~FeedLoader()
+{
+    requestInterruption();
+    wait();
+}
+
+void FeedLoader::run()
+{
+    constexpr int batchTime = 100; // milliseconds; what a person takes for at once
+    QFile file(m_fileName);
+    if (!file.open(QIODevice::ReadOnly)) {
+        Q_EMIT failed(file.errorString());
+        return;
+    }
+    if (file.isSequential()) {
+        Q_EMIT failed(tr("it is not a file that can be read again; save it to one first"));
+        return;
+    }
+    FeedReader reader(file);
+    Loading loading(reader);
+    QElapsedTimer time;
+    time.start();
+    const auto send = [&](bool atEnd) {
+        const QSharedPointer<FeedBatch> batch = loading.take();
+        batch->size = file.size();
+        batch->atEnd = atEnd;
+        Q_EMIT loaded(batch);
+        time.restart();
+    };
+    FeedLine line;
+    while (!isInterruptionRequested()) {
+        const qint64 offset = reader.position();
+        if (reader.next(line, m_follows)) {
+            loading.add(line, offset);
+            if ((reader.lineNumber() & 63) == 0 && time.hasExpired(batchTime))
+                send(false);
+            continue;
+        }
+        if (file.error() != QFile::NoError) {
+            Q_EMIT failed(file.errorString());
+            return;
+        }
+        send(true);
+        if (!m_follows)
+            return;
+        msleep(batchTime);
+        if (file.size() < reader.position()) {
+            Q_EMIT replaced();
+            return;
+        }
+    }
+}
+
+FeedDocument::FeedDocument(QObject *parent)
+    : QObject(parent)
+    , m_lines(1000)
+{}
+
+FeedDocument::~FeedDocument() = default;
+
+void FeedDocument::open(const QString &fileName, bool follows)
+{
+    m_isLoading = false; // nobody waits for the one before
+    stop();
+    start(fileName, follows);
+}
+
+void FeedDocument::start(const QString &fileName, bool follows)
+{
+    m_isLoading = true;
+    m_isFresh = true;
+    m_loader = new FeedLoader(fileName, follows, this);
+    // A loader that was stopped may have sent something on its way.
+    const auto isCurrent = [this, loader = m_loader] { return loader == m_loader; };
+    connect(m_loader, &FeedLoader::loaded, this, [=](const QSharedPointer<FeedBatch> &batch) {
+        if (!isCurrent())
+            return;
+        if (std::exchange(m_isFresh, false)) {
+            Q_EMIT aboutToReset();
+            clear();
+            m_fileName = fileName;
+            m_file.setFileName(fileName);
+            m_file.open(QIODevice::ReadOnly);
+            Q_EMIT reset();
+        }
+        append(batch);
+    });
+    connect(m_loader, &FeedLoader::failed, this, [=](const QString &message) {
+        if (!isCurrent())
+            return;
+        stop();
+        Q_EMIT failed(message);
+    });
+    connect(m_loader, &FeedLoader::replaced, this, [=] {
+        if (isCurrent())
+            open(fileName, follows);
+    });
+    m_loader->start(QThread::LowPriority);
+}
+
+void FeedDocument::stop()
+{
+    if (FeedLoader *loader = std::exchange(m_loader, nullptr)) {
+        loader->requestInterruption();
+        loader->wait();
+        loader->deleteLater();
+    }
+    if (std::exchange(m_isLoading, false))
+        Q_EMIT loaded();
+}
+
+void FeedDocument::clear()
+{
+    m_rows.clear();
+    m_changes.clear();
+    m_logs.clear();
+    m_reports.clear();
+    m_checkpoints.clear();
+    m_lines.clear();
+    m_file.close();
+    m_hasTimes = m_hasThreads = false;
+}
+
+void FeedDocument::append(const QSharedPointer<FeedBatch> &batch)
+{
+    const int count = int(batch->rows.size());
+    if (count > 0) {
+        const int first = rowCount();
+        m_hasTimes = m_hasTimes || batch->hasTimes;
+        m_hasThreads = m_hasThreads || batch->hasThreads;
+        Q_EMIT aboutToAppend(count);
+        std::move(batch->rows.begin(), batch->rows.end(), std::back_inserter(m_rows));
+        std::move(batch->changes.begin(), batch->changes.end(), std::back_inserter(m_changes));
+        std::move(batch->logs.begin(), batch->logs.end(), std::back_inserter(m_logs));
+        for (auto it = batch->reports.cbegin(); it != batch->reports.cend(); ++it)
+            m_reports.insert(it.key(), it.value());
+        for (auto it = batch->checkpoints.cbegin(); it != batch->checkpoints.cend(); ++it)
+            m_checkpoints.insert(it.key(), it.value());
+        Q_EMIT appended(first, count);
+    }
+    Q_EMIT progressed(batch->position, batch->size);
+    if (batch->atEnd && std::exchange(m_isLoading, false))
+        Q_EMIT loaded();
+}
+
+QString FeedDocument::text(int row) const
+{
+    const FeedRow &place = this->row(row);
+    if (!m_file.seek(place.offset))
+        return {};
+    return QString::fromUtf8(m_file.read(place.size)).trimmed();
+}
+
+FeedLine FeedDocument::line(int row) const
+{
+    if (const FeedLine *line = m_lines.object(row))
+        return *line;
+    FeedLine line = parseLine(text(row).toUtf8());
+    m_lines.insert(row, new FeedLine(line));
+    return line;
+}
+
+int FeedDocument::end(int FeedRow::*first, int row, size_t all) const
+{
+    return row + 1 < rowCount() ? this->row(row + 1).*first : int(all);
+}
+
+QStringList FeedDocument::log(int row) const
+{
+    QStringList log;
+    for (int i = this->row(row).firstLog; i < end(&FeedRow::firstLog, row, m_logs.size()); ++i)
+        log << m_logs[size_t(i)];
+    return log;
+}
+
+QVector<Change> FeedDocument::changes(int row) const
+{
+    QVector<Change> changes;
+    for (int i = this->row(row).firstChange; i < endOfChanges(row); ++i)
+        changes << m_changes[size_t(i)];
+    return changes;
+}
+
+int FeedDocument::rowOfLine(int line) const
+{
+    const auto it = std::upper_bound(m_rows.begin(), m_rows.end(), line,
+                                     [](int number, const FeedRow &row) { return number < row.line; });
+    return int(it - m_rows.begin()) - 1;
+}
+
+template <typename Test>
+static int findRow(int row, int count, bool forward, Test test)
+{
+    const int step = forward ? 1 : -1;
+    for (row += step; row >= 0 && row < count; row += step) {
+        if (test(row))
+            return row;
+    }
+    return -1;
+}
+
+int FeedDocument::find(int row, int flags, bool forward) const
+{
+    return findRow(row, rowCount(), forward, [&](int i) { return (this->row(i).flags & flags) != 0; });
+}
+
+int FeedDocument::findCall(int row, bool forward) const
+{
+    return findRow(row, rowCount(), forward, [&](int i) { return this->row(i).kind == FeedLine::Call; });
+}
+
+static void apply(const Change &change, StoreCopy &store)
+{
+    if (change.table == Change::Pools) {
+        if (change.kind == Change::Removed && !change.item) {
+            store.pools.remove(change.id);
+            return;
+        }
+        StoreCopy::Pool &pool = store.pools[change.id];
+        if (change.kind == Change::Removed) {
+            pool.items.remove(*change.item);
+            return;
+        }
+        if (change.kind == Change::PolicyValue) {
+            pool.items[*change.item].policies[change.policy].insert(change.key, change.after);
+            return;
+        }
+        StoreCopy::Values &values = change.item ? pool.items[*change.item].values : pool.values;
+        if (change.kind == Change::Added)
+            values.insert(VdiVM::UuidKey, change.item ? *change.item : change.id);
+        else
+            values.insert(change.key, change.after);
+        return;
+    }
+    auto &apps = change.table == Change::RemoteApps ? store.remoteApps : store.saasApps;
+    if (change.kind == Change::Removed) {
+        apps.remove(change.id);
+        return;
+    }
+    StoreCopy::App &app = apps[change.id];
+    app.hasRecord = app.hasRecord || change.kind != Change::Added;
+    if (change.kind == Change::Value)
+        app.values.insert(change.key, change.after);
+    else if (change.kind == Change::ControlPolicy)
+        app.controlPolicy = parseLine(change.after.toUtf8()).about;
+}
+
+void FeedDocument::move(Stores &stores, int from, int to) const
+{
+    const auto next = m_checkpoints.upperBound(to);
+    const int checkpoint = next == m_checkpoints.cbegin() ? -1 : std::prev(next).key();
+    if (to < from || checkpoint > from) {
+        stores = m_checkpoints.value(checkpoint);
+        from = checkpoint;
+    }
+    for (int i = from + 1; i <= to; ++i) {
+        const FeedRow &row = this->row(i);
+        if (row.kind == FeedLine::Case)
+            stores.clear();
+        if (row.kind != FeedLine::Call)
+            continue;
+        StoreCopy &store = stores[row.database];
+        for (int j = row.firstChange; j < endOfChanges(i); ++j)
+            apply(m_changes[size_t(j)], store);
+        if (row.flags & FeedRow::Closes)
+            store.isClosed = true;
+        if (row.flags & FeedRow::Destroys)
+            stores.remove(row.database);
+    }
+}
