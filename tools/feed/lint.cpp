@@ -55,8 +55,10 @@ bool Lint::isNew(Finding::Kind kind, const QString &cause)
         return false;
     }
     Cause &entry = known == causes.end() ? causes[name] : known->second;
-    if (entry.count++ == 0)
+    if (entry.count++ == 0) {
         entry.first = m_played->place;
+        m_reported << qMakePair(kind, &entry);
+    }
     entry.last = m_played->place;
     return entry.count == 1;
 }
@@ -69,17 +71,18 @@ void Lint::report(Finding::Kind kind, const QString &text)
 QStringList Lint::repeated() const
 {
     QStringList lines;
-    for (size_t kind = 0; kind < m_causes.size(); ++kind) {
-        const QString name = QLatin1String(nameOfKind(Finding::Kind(kind)));
-        for (const auto &entry : m_causes.at(kind)) {
-            const Cause &cause = entry.second;
-            if (cause.count > 1)
-                lines << QStringLiteral("%1: %2 was found %3 times, last at %4")
-                             .arg(toText(cause.first), name, QString::number(cause.count), toText(cause.last));
-        }
+    for (const auto &reported : m_reported) {
+        const Cause &cause = *reported.second;
+        if (cause.count > 1)
+            lines << QStringLiteral("%1: %2 was found %3 times, last at %4")
+                         .arg(toText(cause.first), QLatin1String(nameOfKind(reported.first)),
+                              QString::number(cause.count), toText(cause.last));
+    }
+    for (size_t kind = 0; kind < m_uncaused.size(); ++kind) {
         if (m_uncaused.at(kind) > 0)
             lines << QStringLiteral("%1: found %2 times more, of other causes than the %3 reported")
-                         .arg(name, QString::number(m_uncaused.at(kind)), QString::number(mostCauses));
+                         .arg(QLatin1String(nameOfKind(Finding::Kind(kind))), QString::number(m_uncaused.at(kind)),
+                              QString::number(mostCauses));
     }
     return lines;
 }

@@ -104,7 +104,8 @@ private:
     void lookAtGroup(const QString &group, const QVector<RankedPool> &pools);
 
     std::array<std::map<QString, Cause>, Finding::kinds> m_causes;
-    std::array<qint64, Finding::kinds> m_uncaused{}; // counted only
+    QVector<QPair<Finding::Kind, const Cause *>> m_reported; // in order
+    std::array<qint64, Finding::kinds> m_uncaused{};         // counted only
     qint64 m_count = 0;
     Recent<Place> m_removed{10000};
     Recent<FirstMention> m_firstMentions{1000};
