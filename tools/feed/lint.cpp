@@ -37,10 +37,10 @@ QJsonObject toJson(const Finding &finding)
     return json;
 }
 
-// What is told apart by database.
-static QString key(const PlayedCall &played, const QString &name)
+// What has a name in one database is something else in another, and in the next case.
+QString Lint::key(const QString &name) const
 {
-    return QString::number(played.line.database) + QLatin1Char(' ') + name;
+    return QStringLiteral("%1 %2 ").arg(m_case).arg(m_played->line.database) + name;
 }
 
 // Counts a finding. Whether it is to be reported; its text is not made otherwise.
@@ -48,7 +48,7 @@ bool Lint::isNew(Finding::Kind kind, const QString &cause)
 {
     ++m_count;
     auto &causes = m_causes.at(size_t(kind));
-    const QString name = key(*m_played, cause);
+    const QString name = key(cause);
     const auto known = causes.find(name);
     if (known == causes.end() && int(causes.size()) == mostCauses) {
         ++m_uncaused.at(size_t(kind));
@@ -113,7 +113,7 @@ void Lint::lookAtChange(const Change &change, const PlayedCall &played)
     }
     if (change.item)
         return;
-    const QString name = key(played, change.id);
+    const QString name = key(change.id);
     if (change.kind == Change::Removed)
         m_removed.put(name, played.place);
     if (change.kind != Change::Added)
@@ -127,10 +127,10 @@ void Lint::lookAtChange(const Change &change, const PlayedCall &played)
     if (!isReadingCall(played.line.call))
         return;
     const Place *removed = m_removed.find(name);
-    if (!isNew(Finding::AddedByReading, change.id))
+    if (!isNew(Finding::AddedByReading, change.id + QLatin1String(removed ? " removed" : "")))
         return;
     report(Finding::AddedByReading,
-           QStringLiteral("%1 adds pool %2 by reading it%3")
+           QStringLiteral("%1() adds pool %2 by reading it%3")
                .arg(played.line.operation(), shortJson(change.id),
                     removed ? QStringLiteral("; %1 had removed it").arg(toText(*removed)) : QString()));
 }
@@ -146,7 +146,7 @@ void Lint::lookAtRemoval(const PlayedCall &played)
     const QString what = played.line.call.at(1).toString();
     if (operation == QLatin1String("removeChildrenByParentUuid") && played.stored.pools.contains(what))
         return; // the pool is there, and empty already
-    const Place *removed = m_removed.find(key(played, what));
+    const Place *removed = m_removed.find(key(what));
     if (!isNew(Finding::NothingRemoved, operation + QLatin1Char(' ') + what))
         return;
     report(Finding::NothingRemoved,
@@ -247,7 +247,7 @@ void Lint::lookAtCall(const PlayedCall &played)
     if (played.line.thread.isEmpty())
         return;
     const qint64 entered = played.line.entered.value_or(m_newest);
-    const FirstMention *first = !mentions.contains(operation) ? nullptr : m_firstMentions.find(key(played, pool));
+    const FirstMention *first = !mentions.contains(operation) ? nullptr : m_firstMentions.find(key(pool));
     if (first && first->thread != played.line.thread &&
         (first->end && played.line.at ? *played.line.at < *first->end : entered < first->newest) &&
         isNew(Finding::TwoThreads, pool))
@@ -261,6 +261,7 @@ void Lint::lookAtCall(const PlayedCall &played)
 QVector<Finding> Lint::follow(const PlayedCall &played)
 {
     m_findings.clear();
+    m_case += int(played.line.kind == FeedLine::Case);
     if (played.line.kind != FeedLine::Call || !played.outcome.error.isEmpty())
         return m_findings;
     m_played = &played;

@@ -95,6 +95,7 @@ private:
         std::optional<double> end; // in seconds
         qint64 newest = 0;         // the newest call that had begun when this one ended
     };
+    QString key(const QString &name) const;
     bool isNew(Finding::Kind kind, const QString &cause);
     void report(Finding::Kind kind, const QString &text);
     void lookAtCall(const PlayedCall &played);
@@ -110,6 +111,7 @@ private:
     Recent<Place> m_removed{10000};
     Recent<FirstMention> m_firstMentions{1000};
     qint64 m_newest = 0;
+    int m_case = 0;
     std::map<int, bool> m_ranksChanged; // since a decision about all groups, by database
 
     // Of the call that is being looked at.
