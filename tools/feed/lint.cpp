@@ -16,8 +16,8 @@
 
 static const char *nameOfKind(Finding::Kind kind)
 {
-    static constexpr const char *names[] = {"addedByReading",      "noNumber",   "undefinedLead", "nothingRemoved",
-                                            "wheelHidesUngrouped", "leakedItem", "twoThreads"};
+    static constexpr const char *names[] = {"addedByReading",      "noNumber",  "undefinedLead", "nothingRemoved",
+                                            "wheelHidesUngrouped", "leakedItem"};
     return names[kind];
 }
 
@@ -118,12 +118,6 @@ void Lint::lookAtChange(const Change &change, const PlayedCall &played)
         m_removed.put(name, played.place);
     if (change.kind != Change::Added)
         return;
-    if (!played.line.thread.isEmpty()) {
-        std::optional<double> end;
-        if (played.line.at && played.line.took)
-            end = *played.line.at + *played.line.took / 1e6;
-        m_firstMentions.put(name, {played.place, played.line.thread, end, m_newest});
-    }
     if (!isReadingCall(played.line.call))
         return;
     const Place *removed = m_removed.find(name);
@@ -232,30 +226,10 @@ void Lint::lookAtDecision(const PlayedCall &played)
 
 void Lint::lookAtCall(const PlayedCall &played)
 {
-    static const QSet<QString> mentions{
-        QStringLiteral("getNodeValue"),     QStringLiteral("setNodeValue"),
-        QStringLiteral("getPoolNodeValue"), QStringLiteral("setPoolNodeValue"),
-        QStringLiteral("getPolicyValue"),   QStringLiteral("setPolicyValue"),
-        QStringLiteral("resetNodeValue"),   QStringLiteral("getResourceNameByParentUuid")};
-    const QString operation = played.line.operation();
-    const QString pool = played.line.call.at(1).toString();
-    if (operation == QLatin1String("setPolicyValue") && pool.isEmpty() && !played.stored.isClosed &&
-        isNew(Finding::LeakedItem, QString()))
+    if (played.line.operation() == QLatin1String("setPolicyValue") && played.line.call.at(1).toString().isEmpty() &&
+        !played.stored.isClosed && isNew(Finding::LeakedItem, QString()))
         report(Finding::LeakedItem,
                QStringLiteral("setPolicyValue() under an empty pool uuid stores nothing and leaks an item"));
-
-    if (played.line.thread.isEmpty())
-        return;
-    const qint64 entered = played.line.entered.value_or(m_newest);
-    const FirstMention *first = !mentions.contains(operation) ? nullptr : m_firstMentions.find(key(pool));
-    if (first && first->thread != played.line.thread &&
-        (first->end && played.line.at ? *played.line.at < *first->end : entered < first->newest) &&
-        isNew(Finding::TwoThreads, pool))
-        report(Finding::TwoThreads,
-               QStringLiteral("threads %1 (%2) and %3 mention pool %4 for the first time at once: what one of them "
-                              "writes may be lost")
-                   .arg(first->thread, toText(first->place), played.line.thread, shortJson(pool)));
-    m_newest = std::max(m_newest, entered);
 }
 
 QVector<Finding> Lint::follow(const PlayedCall &played)
