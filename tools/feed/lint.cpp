@@ -16,8 +16,8 @@
 
 static const char *nameOfKind(Finding::Kind kind)
 {
-    static constexpr const char *names[] = {"addedByReading",      "noNumber",   "undefinedLead", "nothingRemoved",
-                                            "wheelHidesUngrouped", "leakedItem", "twoThreads"};
+    static constexpr const char *names[] = {"addedByReading",      "noNumber",  "undefinedLead", "nothingRemoved",
+                                            "wheelHidesUngrouped", "leakedItem"};
     return names[kind];
 }
 
@@ -37,10 +37,10 @@ QJsonObject toJson(const Finding &finding)
     return json;
 }
 
-// What is told apart by database.
-static QString key(const PlayedCall &played, const QString &name)
+// What has a name in one database is something else in another, and in the next case.
+QString Lint::key(const QString &name) const
 {
-    return QString::number(played.line.database) + QLatin1Char(' ') + name;
+    return QStringLiteral("%1 %2 ").arg(m_case).arg(m_played->line.database) + name;
 }
 
 // Counts a finding. Whether it is to be reported; its text is not made otherwise.
@@ -48,15 +48,17 @@ bool Lint::isNew(Finding::Kind kind, const QString &cause)
 {
     ++m_count;
     auto &causes = m_causes.at(size_t(kind));
-    const QString name = key(*m_played, cause);
+    const QString name = key(cause);
     const auto known = causes.find(name);
     if (known == causes.end() && int(causes.size()) == mostCauses) {
         ++m_uncaused.at(size_t(kind));
         return false;
     }
     Cause &entry = known == causes.end() ? causes[name] : known->second;
-    if (entry.count++ == 0)
+    if (entry.count++ == 0) {
         entry.first = m_played->place;
+        m_reported << qMakePair(kind, &entry);
+    }
     entry.last = m_played->place;
     return entry.count == 1;
 }
@@ -69,17 +71,18 @@ void Lint::report(Finding::Kind kind, const QString &text)
 QStringList Lint::repeated() const
 {
     QStringList lines;
-    for (size_t kind = 0; kind < m_causes.size(); ++kind) {
-        const QString name = QLatin1String(nameOfKind(Finding::Kind(kind)));
-        for (const auto &entry : m_causes.at(kind)) {
-            const Cause &cause = entry.second;
-            if (cause.count > 1)
-                lines << QStringLiteral("%1: %2 was found %3 times, last at %4")
-                             .arg(toText(cause.first), name, QString::number(cause.count), toText(cause.last));
-        }
+    for (const auto &reported : m_reported) {
+        const Cause &cause = *reported.second;
+        if (cause.count > 1)
+            lines << QStringLiteral("%1: %2 was found %3 times, last at %4")
+                         .arg(toText(cause.first), QLatin1String(nameOfKind(reported.first)),
+                              QString::number(cause.count), toText(cause.last));
+    }
+    for (size_t kind = 0; kind < m_uncaused.size(); ++kind) {
         if (m_uncaused.at(kind) > 0)
             lines << QStringLiteral("%1: found %2 times more, of other causes than the %3 reported")
-                         .arg(name, QString::number(m_uncaused.at(kind)), QString::number(mostCauses));
+                         .arg(QLatin1String(nameOfKind(Finding::Kind(kind))), QString::number(m_uncaused.at(kind)),
+                              QString::number(mostCauses));
     }
     return lines;
 }
@@ -110,24 +113,18 @@ void Lint::lookAtChange(const Change &change, const PlayedCall &played)
     }
     if (change.item)
         return;
-    const QString name = key(played, change.id);
+    const QString name = key(change.id);
     if (change.kind == Change::Removed)
         m_removed.put(name, played.place);
     if (change.kind != Change::Added)
         return;
-    if (!played.line.thread.isEmpty()) {
-        std::optional<double> end;
-        if (played.line.at && played.line.took)
-            end = *played.line.at + *played.line.took / 1e6;
-        m_firstMentions.put(name, {played.place, played.line.thread, end, m_newest});
-    }
     if (!isReadingCall(played.line.call))
         return;
     const Place *removed = m_removed.find(name);
-    if (!isNew(Finding::AddedByReading, change.id))
+    if (!isNew(Finding::AddedByReading, change.id + QLatin1String(removed ? " removed" : "")))
         return;
     report(Finding::AddedByReading,
-           QStringLiteral("%1 adds pool %2 by reading it%3")
+           QStringLiteral("%1() adds pool %2 by reading it%3")
                .arg(played.line.operation(), shortJson(change.id),
                     removed ? QStringLiteral("; %1 had removed it").arg(toText(*removed)) : QString()));
 }
@@ -143,7 +140,7 @@ void Lint::lookAtRemoval(const PlayedCall &played)
     const QString what = played.line.call.at(1).toString();
     if (operation == QLatin1String("removeChildrenByParentUuid") && played.stored.pools.contains(what))
         return; // the pool is there, and empty already
-    const Place *removed = m_removed.find(key(played, what));
+    const Place *removed = m_removed.find(key(what));
     if (!isNew(Finding::NothingRemoved, operation + QLatin1Char(' ') + what))
         return;
     report(Finding::NothingRemoved,
@@ -229,35 +226,16 @@ void Lint::lookAtDecision(const PlayedCall &played)
 
 void Lint::lookAtCall(const PlayedCall &played)
 {
-    static const QSet<QString> mentions{
-        QStringLiteral("getNodeValue"),     QStringLiteral("setNodeValue"),
-        QStringLiteral("getPoolNodeValue"), QStringLiteral("setPoolNodeValue"),
-        QStringLiteral("getPolicyValue"),   QStringLiteral("setPolicyValue"),
-        QStringLiteral("resetNodeValue"),   QStringLiteral("getResourceNameByParentUuid")};
-    const QString operation = played.line.operation();
-    const QString pool = played.line.call.at(1).toString();
-    if (operation == QLatin1String("setPolicyValue") && pool.isEmpty() && !played.stored.isClosed &&
-        isNew(Finding::LeakedItem, QString()))
+    if (played.line.operation() == QLatin1String("setPolicyValue") && played.line.call.at(1).toString().isEmpty() &&
+        !played.stored.isClosed && isNew(Finding::LeakedItem, QString()))
         report(Finding::LeakedItem,
                QStringLiteral("setPolicyValue() under an empty pool uuid stores nothing and leaks an item"));
-
-    if (played.line.thread.isEmpty())
-        return;
-    const qint64 entered = played.line.entered.value_or(m_newest);
-    const FirstMention *first = !mentions.contains(operation) ? nullptr : m_firstMentions.find(key(played, pool));
-    if (first && first->thread != played.line.thread &&
-        (first->end && played.line.at ? *played.line.at < *first->end : entered < first->newest) &&
-        isNew(Finding::TwoThreads, pool))
-        report(Finding::TwoThreads,
-               QStringLiteral("threads %1 (%2) and %3 mention pool %4 for the first time at once: what one of them "
-                              "writes may be lost")
-                   .arg(first->thread, toText(first->place), played.line.thread, shortJson(pool)));
-    m_newest = std::max(m_newest, entered);
 }
 
 QVector<Finding> Lint::follow(const PlayedCall &played)
 {
     m_findings.clear();
+    m_case += int(played.line.kind == FeedLine::Case);
     if (played.line.kind != FeedLine::Call || !played.outcome.error.isEmpty())
         return m_findings;
     m_played = &played;

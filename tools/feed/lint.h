@@ -22,9 +22,8 @@ struct Finding
         NothingRemoved,      ///< What was to be removed is not there.
         WheelHidesUngrouped, ///< The wheel of the empty group has hidden pools that have nothing in common.
         LeakedItem,          ///< A policy was written under an empty pool uuid.
-        TwoThreads,          ///< Two threads have mentioned a new pool at once.
     };
-    static constexpr int kinds = TwoThreads + 1;
+    static constexpr int kinds = LeakedItem + 1;
 
     Kind kind = AddedByReading;
     Place place;
@@ -56,7 +55,6 @@ public:
         const auto it = m_values.constFind(key);
         return it == m_values.cend() ? nullptr : &*it;
     }
-    bool isEmpty() const { return m_keys.isEmpty(); }
 
 private:
     int m_most;
@@ -64,9 +62,11 @@ private:
     QHash<QString, Value> m_values;
 };
 
-/// Finds what is allowed but suspicious in a feed. A finding has a cause: the kind, and the pool, group or other thing
-/// that it is about. It is reported where the cause is first seen; later ones are counted. Of each kind the first 100
-/// causes are reported and the others counted, so that the memory for it is constant.
+/// Finds what is allowed but suspicious in a feed, whatever its threads; for those see overlaps.h.
+///
+/// A finding has a cause: its kind, and the pool, group or other thing that it is about, in one case and database. It is
+/// reported where the cause is first seen; later ones are counted. Of each kind the first 100 causes are reported and
+/// the others counted, so that the memory for it is constant.
 class Lint
 {
 public:
@@ -88,13 +88,7 @@ private:
         Place last;
         qint64 count = 0;
     };
-    struct FirstMention // of a pool, while it may still be news to another thread
-    {
-        Place place;
-        QString thread;
-        std::optional<double> end; // in seconds
-        qint64 newest = 0;         // the newest call that had begun when this one ended
-    };
+    QString key(const QString &name) const;
     bool isNew(Finding::Kind kind, const QString &cause);
     void report(Finding::Kind kind, const QString &text);
     void lookAtCall(const PlayedCall &played);
@@ -104,11 +98,11 @@ private:
     void lookAtGroup(const QString &group, const QVector<RankedPool> &pools);
 
     std::array<std::map<QString, Cause>, Finding::kinds> m_causes;
-    std::array<qint64, Finding::kinds> m_uncaused{}; // counted only
+    QVector<QPair<Finding::Kind, const Cause *>> m_reported; // in order
+    std::array<qint64, Finding::kinds> m_uncaused{};         // counted only
     qint64 m_count = 0;
     Recent<Place> m_removed{10000};
-    Recent<FirstMention> m_firstMentions{1000};
-    qint64 m_newest = 0;
+    int m_case = 0;
     std::map<int, bool> m_ranksChanged; // since a decision about all groups, by database
 
     // Of the call that is being looked at.
