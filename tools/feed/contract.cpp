@@ -454,9 +454,7 @@ Touched StoredNames::Call::enter()
 {
     const bool isClosed = m_stored.m_isClosed;
     const Step step = steps().value(m_name);
-    if (isClosed)
-        touch(); // in case it destroys the database
-    else if (step)
+    if (step && !isClosed)
         (this->*step)();
     else
         touch();
@@ -465,9 +463,9 @@ Touched StoredNames::Call::enter()
 
     m_touched.call = m_name;
     QStringList names;
-    const int count = m_name.endsWith(QLatin1String("NodeValue")) && !m_name.contains(QLatin1String("Pool")) ? 2
-                      : m_name.endsWith(QLatin1String("PolicyValue"))                                        ? 2
-                                                                                                             : 1;
+    const bool ofItem = m_name.endsWith(QLatin1String("PolicyValue")) ||
+                        (m_name.endsWith(QLatin1String("NodeValue")) && !m_name.contains(QLatin1String("Pool")));
+    const int count = ofItem ? 2 : 1;
     for (int i = 1; i <= count && i < m_call.size(); ++i) {
         if (m_call.at(i).isString())
             names << shortJson(m_call.at(i));

@@ -59,233 +59,230 @@ Result ClientCall<Function, Result (VmDatabase::*)(Parameters...)>::operator()(P
     }
 }
 
-#define RECORD(name, redaction)                                                                                        \
-    return ClientCall<&VmDatabase::name>                                                                               \
-    {                                                                                                                  \
-        this, #name, redaction, __builtin_return_address(0)                                                            \
-    }
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a member's name
+#define RECORD(name, redaction) (ClientCall<&VmDatabase::name>{this, #name, redaction, __builtin_return_address(0)})
 
 void VmDatabase::clear()
 {
-    RECORD(clear, RecordedCall::RedactsNothing)();
+    return RECORD(clear, RecordedCall::RedactsNothing)();
 }
 
 void VmDatabase::printDatabase()
 {
-    RECORD(printDatabase, RecordedCall::RedactsNothing)();
+    return RECORD(printDatabase, RecordedCall::RedactsNothing)();
 }
 
 QString VmDatabase::getNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key)
 {
-    RECORD(getNodeValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key);
+    return RECORD(getNodeValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key);
 }
 
 QString VmDatabase::getPoolNodeValue(const QString &uuid, int key)
 {
-    RECORD(getPoolNodeValue, RecordedCall::RedactsKey)(uuid, key);
+    return RECORD(getPoolNodeValue, RecordedCall::RedactsKey)(uuid, key);
 }
 
 void VmDatabase::setNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key,
                               const QString &value)
 {
-    RECORD(setNodeValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key, value);
+    return RECORD(setNodeValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key, value);
 }
 
 void VmDatabase::setPoolNodeValue(const QString &uuid, int key, const QString &value)
 {
-    RECORD(setPoolNodeValue, RecordedCall::RedactsKey)(uuid, key, value);
+    return RECORD(setPoolNodeValue, RecordedCall::RedactsKey)(uuid, key, value);
 }
 
 void VmDatabase::resetNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key)
 {
-    RECORD(resetNodeValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key);
+    return RECORD(resetNodeValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key);
 }
 
 QString VmDatabase::getPolicyValue(const QString &parentUuid, const QString &uuid, const VdiVM::PolicyType &type,
                                    int key)
 {
-    RECORD(getPolicyValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key);
+    return RECORD(getPolicyValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key);
 }
 
 void VmDatabase::setPolicyValue(const QString &parentUuid, const QString &uuid, const VdiVM::PolicyType &type, int key,
                                 const QString &value)
 {
-    RECORD(setPolicyValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key, value);
+    return RECORD(setPolicyValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key, value);
 }
 
 int VmDatabase::getItemCount()
 {
-    RECORD(getItemCount, RecordedCall::RedactsNothing)();
+    return RECORD(getItemCount, RecordedCall::RedactsNothing)();
 }
 
 int VmDatabase::getItemCountByServerIp(const QString &serverIp)
 {
-    RECORD(getItemCountByServerIp, VdiVM::ServerIpKey)(serverIp);
+    return RECORD(getItemCountByServerIp, VdiVM::ServerIpKey)(serverIp);
 }
 
 QString VmDatabase::getItemUuid(int index)
 {
-    RECORD(getItemUuid, RecordedCall::RedactsNothing)(index);
+    return RECORD(getItemUuid, RecordedCall::RedactsNothing)(index);
 }
 
 int VmDatabase::getItemType(int index)
 {
-    RECORD(getItemType, RecordedCall::RedactsNothing)(index);
+    return RECORD(getItemType, RecordedCall::RedactsNothing)(index);
 }
 
 int VmDatabase::getItemTypeByUuid(const QString &uuid)
 {
-    RECORD(getItemTypeByUuid, RecordedCall::RedactsNothing)(uuid);
+    return RECORD(getItemTypeByUuid, RecordedCall::RedactsNothing)(uuid);
 }
 
 QString VmDatabase::getParentUuid(const QString &uuid)
 {
-    RECORD(getParentUuid, RecordedCall::RedactsNothing)(uuid);
+    return RECORD(getParentUuid, RecordedCall::RedactsNothing)(uuid);
 }
 
 QString VmDatabase::getUuidByParentUuid(const QString &parentUuid)
 {
-    RECORD(getUuidByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
+    return RECORD(getUuidByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
 }
 
 QString VmDatabase::getResourceNameByParentUuid(const QString &parentUuid)
 {
-    RECORD(getResourceNameByParentUuid, VdiVM::ResourceNameKey)(parentUuid);
+    return RECORD(getResourceNameByParentUuid, VdiVM::ResourceNameKey)(parentUuid);
 }
 
 QList<QString> VmDatabase::getChildrenByParentUuid(const QString &parentUuid)
 {
-    RECORD(getChildrenByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
+    return RECORD(getChildrenByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
 }
 
 QList<QString> VmDatabase::getVmPoolNameList()
 {
-    RECORD(getVmPoolNameList, RecordedCall::RedactsNothing)();
+    return RECORD(getVmPoolNameList, RecordedCall::RedactsNothing)();
 }
 
 void VmDatabase::removeNode(const QString &uuid)
 {
-    RECORD(removeNode, RecordedCall::RedactsNothing)(uuid);
+    return RECORD(removeNode, RecordedCall::RedactsNothing)(uuid);
 }
 
 void VmDatabase::removeNodesByServerIp(const QString &serverIp)
 {
-    RECORD(removeNodesByServerIp, VdiVM::ServerIpKey)(serverIp);
+    return RECORD(removeNodesByServerIp, VdiVM::ServerIpKey)(serverIp);
 }
 
 void VmDatabase::removeChildrenByParentUuid(const QString &parentUuid)
 {
-    RECORD(removeChildrenByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
+    return RECORD(removeChildrenByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
 }
 
 void VmDatabase::removeFamilyByParentUuid(const QString &parentUuid)
 {
-    RECORD(removeFamilyByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
+    return RECORD(removeFamilyByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
 }
 
 bool VmDatabase::wheelVmGroup(QString group, QString &uuid)
 {
-    RECORD(wheelVmGroup, VdiVM::GroupKey)(group, uuid);
+    return RECORD(wheelVmGroup, VdiVM::GroupKey)(std::move(group), uuid);
 }
 
 void VmDatabase::dealVmPools()
 {
-    RECORD(dealVmPools, RecordedCall::RedactsNothing)();
+    return RECORD(dealVmPools, RecordedCall::RedactsNothing)();
 }
 
 void VmDatabase::dealVmGroupPool()
 {
-    RECORD(dealVmGroupPool, RecordedCall::RedactsNothing)();
+    return RECORD(dealVmGroupPool, RecordedCall::RedactsNothing)();
 }
 
 int VmDatabase::getAppCount()
 {
-    RECORD(getAppCount, RecordedCall::RedactsNothing)();
+    return RECORD(getAppCount, RecordedCall::RedactsNothing)();
 }
 
 QList<QString> VmDatabase::getAppNames()
 {
-    RECORD(getAppNames, RecordedCall::RedactsNothing)();
+    return RECORD(getAppNames, RecordedCall::RedactsNothing)();
 }
 
 QString VmDatabase::getRemoteAppId(int index)
 {
-    RECORD(getRemoteAppId, RecordedCall::RedactsNothing)(index);
+    return RECORD(getRemoteAppId, RecordedCall::RedactsNothing)(index);
 }
 
 QString VmDatabase::getRemoteAppValue(QString appId, int key)
 {
-    RECORD(getRemoteAppValue, RecordedCall::RedactsKey)(appId, key);
+    return RECORD(getRemoteAppValue, RecordedCall::RedactsKey)(std::move(appId), key);
 }
 
 void VmDatabase::setRemoteAppValue(QString appId, int key, const QString &value)
 {
-    RECORD(setRemoteAppValue, RecordedCall::RedactsKey)(appId, key, value);
+    return RECORD(setRemoteAppValue, RecordedCall::RedactsKey)(std::move(appId), key, value);
 }
 
 void VmDatabase::deleteRemoteApp(QString appId)
 {
-    RECORD(deleteRemoteApp, RecordedCall::RedactsNothing)(appId);
+    return RECORD(deleteRemoteApp, RecordedCall::RedactsNothing)(std::move(appId));
 }
 
 const QJsonObject &VmDatabase::getRemoteAppControlPolicy(QString appId)
 {
-    RECORD(getRemoteAppControlPolicy, RecordedCall::RedactsNothing)(appId);
+    return RECORD(getRemoteAppControlPolicy, RecordedCall::RedactsNothing)(std::move(appId));
 }
 
 void VmDatabase::setRemoteAppControlPolicy(QString appId, const QJsonObject &policy)
 {
-    RECORD(setRemoteAppControlPolicy, RecordedCall::RedactsNothing)(appId, policy);
+    return RECORD(setRemoteAppControlPolicy, RecordedCall::RedactsNothing)(std::move(appId), policy);
 }
 
 void VmDatabase::clearRemoteAppList()
 {
-    RECORD(clearRemoteAppList, RecordedCall::RedactsNothing)();
+    return RECORD(clearRemoteAppList, RecordedCall::RedactsNothing)();
 }
 
 void VmDatabase::setRemoteAppEnd()
 {
-    RECORD(setRemoteAppEnd, RecordedCall::RedactsNothing)();
+    return RECORD(setRemoteAppEnd, RecordedCall::RedactsNothing)();
 }
 
 int VmDatabase::getSaasAppCount()
 {
-    RECORD(getSaasAppCount, RecordedCall::RedactsNothing)();
+    return RECORD(getSaasAppCount, RecordedCall::RedactsNothing)();
 }
 
 QString VmDatabase::getSaasAppId(int index)
 {
-    RECORD(getSaasAppId, RecordedCall::RedactsNothing)(index);
+    return RECORD(getSaasAppId, RecordedCall::RedactsNothing)(index);
 }
 
 QString VmDatabase::getSaasAppValue(QString appId, int key)
 {
-    RECORD(getSaasAppValue, RecordedCall::RedactsKey)(appId, key);
+    return RECORD(getSaasAppValue, RecordedCall::RedactsKey)(std::move(appId), key);
 }
 
 void VmDatabase::setSaasAppValue(QString appId, int key, const QString &value)
 {
-    RECORD(setSaasAppValue, RecordedCall::RedactsKey)(appId, key, value);
+    return RECORD(setSaasAppValue, RecordedCall::RedactsKey)(std::move(appId), key, value);
 }
 
 void VmDatabase::clearSaasAppList()
 {
-    RECORD(clearSaasAppList, RecordedCall::RedactsNothing)();
+    return RECORD(clearSaasAppList, RecordedCall::RedactsNothing)();
 }
 
 QMap<QString, QString> VmDatabase::getAppsInfo()
 {
-    RECORD(getAppsInfo, RecordedCall::HidesAnswer)();
+    return RECORD(getAppsInfo, RecordedCall::HidesAnswer)();
 }
 
 QList<QString> VmDatabase::getAppsIdList()
 {
-    RECORD(getAppsIdList, RecordedCall::RedactsNothing)();
+    return RECORD(getAppsIdList, RecordedCall::RedactsNothing)();
 }
 
 QString VmDatabase::buildKeyName(QString prefix, QString name)
 {
-    RECORD(buildKeyName, RecordedCall::RedactsNothing)(prefix, name);
+    return RECORD(buildKeyName, RecordedCall::RedactsNothing)(std::move(prefix), std::move(name));
 }
 
 // Constructors and destructors have no address; these are the names of their two and three kinds.
@@ -313,8 +310,6 @@ static void recordLife(const char *name, void *database, const void *caller, boo
     }
     if (begins)
         new Listener(static_cast<QObject *>(database));
-    else
-        recorder.remove(database);
 }
 
 #define CONSTRUCTOR(kind)                                                                                              \

@@ -101,6 +101,7 @@ void FatalSignals::writeCalls(int signal)
     constexpr int most = 256;
     iovec parts[4 * most + 3];
     int count = 0;
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the same structure serves reading
     const auto add = [&](const char *text, int size) { parts[count++] = {const_cast<char *>(text), size_t(size)}; };
     const auto addText = [&](const char *text) { add(text, int(std::strlen(text))); };
     addText("{\"unfinished\":[");
@@ -138,11 +139,11 @@ void FatalSignals::passOn(int signal, siginfo_t *info, void *context)
             raise(signal);
         return;
     }
-    if (action.sa_flags & SA_RESETHAND)
+    if (unsigned(action.sa_flags) & SA_RESETHAND) {
+        client = {};
         client.sa_handler = SIG_DFL;
-    if (action.sa_flags & int(SA_RESETHAND))
-        client.sa_flags = 0;
-    sigset_t mask = static_cast<ucontext_t *>(context)->uc_sigmask; // as it would be without this handler
+    }
+    const sigset_t mask = static_cast<ucontext_t *>(context)->uc_sigmask; // as it would be without this handler
     sigset_t both;
     sigorset(&both, &mask, &action.sa_mask);
     if (!(action.sa_flags & SA_NODEFER))
@@ -165,7 +166,8 @@ void FatalSignals::handle(int signal, siginfo_t *info, void *context)
     errno = error;
 }
 
-// In the place of the C library's.
+// In the place of the C library's, whose parameters have reserved names.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 
 extern "C" Q_DECL_EXPORT int sigaction(int signal, const struct sigaction *action, struct sigaction *previous) noexcept
 {
@@ -182,3 +184,5 @@ extern "C" Q_DECL_EXPORT sighandler_t signal(int signal, sighandler_t handler) n
         return SIG_ERR;
     return previous.sa_handler;
 }
+
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

@@ -27,5 +27,6 @@ void Listener::hearUpdate()
 void Listener::hearDestroyed()
 {
     hear(m_database, false);
+    Recorder::instance().remove(m_database);
     delete this;
 }

@@ -15,9 +15,8 @@ class Listener : public QObject
 public:
     explicit Listener(QObject *database);
 
-public Q_SLOTS:
-    void hearUpdate();
-    void hearDestroyed();
+    Q_SLOT void hearUpdate();
+    Q_SLOT void hearDestroyed();
 
 private:
     QObject *const m_database;

@@ -19,9 +19,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
-#include <vector>
 
 enum { WrongUsage = 2, NotRun = 126, NotFound = 127 };
 
@@ -30,7 +28,7 @@ enum { WrongUsage = 2, NotRun = 126, NotFound = 127 };
     std::fprintf(stderr, "vmdatabase-record: %s\n", qPrintable(text));
     if (status == WrongUsage)
         std::fprintf(stderr, "Try vmdatabase-record --help.\n");
-    std::exit(status);
+    std::exit(status); // NOLINT(concurrency-mt-unsafe): there is one thread
 }
 
 // Beside the program in the place where it was built, or where both were installed.
@@ -38,7 +36,7 @@ static QString findLibrary()
 {
     const QDir dir = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalPath();
     for (const char *place : {".", LIBRARY_DIR}) {
-        const QString name = QDir::cleanPath(dir.filePath(QLatin1String(place)) + QStringLiteral("/" LIBRARY_NAME));
+        QString name = QDir::cleanPath(dir.filePath(QLatin1String(place)) + QStringLiteral("/" LIBRARY_NAME));
         if (!QFileInfo::exists(name))
             continue;
         if (name.contains(QLatin1Char(' ')) || name.contains(QLatin1Char(':')))
@@ -85,7 +83,7 @@ static void prepareFile(const QByteArray &name)
         fail(QStringLiteral("%1: is a pipe, expected a file").arg(QFile::decodeName(name)), WrongUsage);
     const int fd = open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (fd < 0)
-        fail(QStringLiteral("%1: %2").arg(QFile::decodeName(name), QString::fromLocal8Bit(strerror(errno))), 1);
+        fail(QStringLiteral("%1: %2").arg(QFile::decodeName(name), qt_error_string(errno)), 1);
     close(fd);
 }
 
@@ -169,6 +167,6 @@ int main(int argc, char *argv[])
     execvp(program[0], program);
     const int error = errno;
     QFile::remove(QFile::decodeName(options.file));
-    fail(QStringLiteral("%1: %2").arg(QString::fromLocal8Bit(program[0]), QString::fromLocal8Bit(strerror(error))),
+    fail(QStringLiteral("%1: %2").arg(QString::fromLocal8Bit(program[0]), qt_error_string(error)),
          error == ENOENT ? NotFound : NotRun);
 }

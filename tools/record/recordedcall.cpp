@@ -46,7 +46,7 @@ static QString nameOfThread()
     static std::atomic<int> last{1};
     if (syscall(SYS_gettid) == getpid())
         return QStringLiteral("main");
-    const QString number = QString::number(++last);
+    QString number = QString::number(++last);
     char program[17] = "";
     if (FILE *file = std::fopen("/proc/self/comm", "re")) {
         if (std::fgets(program, sizeof(program), file))
@@ -57,7 +57,7 @@ static QString nameOfThread()
     prctl(PR_GET_NAME, name);
     if (*name == '\0' || std::strcmp(name, program) == 0)
         return number;
-    const QString text = QString::fromLocal8Bit(name);
+    QString text = QString::fromLocal8Bit(name);
     for (const RecordedThread *thread = Recorder::threads; thread; thread = thread->next) {
         if (thread->isUsed && thread->name == text)
             return text + QLatin1Char('-') + number;
@@ -79,8 +79,9 @@ static RecordedThread *takeThread()
     return thread;
 }
 
-static RecordedThread *addThread()
+RecordedThread *Recorder::addThread()
 {
+    const std::lock_guard<std::mutex> locker(m_mutex); // for the names of all threads
     static const pthread_key_t key = [] {
         pthread_key_t made{};
         pthread_key_create(&made, releaseThread);
@@ -105,7 +106,7 @@ RecordedThread *RecordedThread::client()
 {
     if (currentThread)
         return currentThread->isInLibrary || !Recorder::instance().isOn() ? nullptr : currentThread;
-    return Recorder::instance().isOn() ? addThread() : nullptr;
+    return Recorder::instance().isOn() ? Recorder::instance().addThread() : nullptr;
 }
 
 struct ForkHandlers
@@ -176,7 +177,7 @@ Recorder::Recorder(const QByteArray &variable)
 
 Recorder &Recorder::instance()
 {
-    static Recorder *const recorder = new Recorder(qgetenv(RecordOptions::variable));
+    static auto *const recorder = new Recorder(qgetenv(RecordOptions::variable));
     return *recorder;
 }
 
@@ -226,21 +227,21 @@ static bool isEventLoop()
     return !currentThread || !currentThread->isInLibrary;
 }
 
-static QString currentName()
+QString Recorder::nameOfCurrent()
 {
-    return currentThread ? currentThread->name : nameOfThread();
+    return (currentThread ? currentThread : addThread())->name;
 }
 
 void Recorder::deletesPool(void *record)
 {
     if (m_isOn && options.checkThreads && isEventLoop())
-        check.deletePool(valueOf(record, "_ZN6VmNode8getValueEi", VdiVM::UuidKey), currentName());
+        check.deletePool(valueOf(record, "_ZN6VmNode8getValueEi", VdiVM::UuidKey), nameOfCurrent());
 }
 
 void Recorder::deletesApp(void *record)
 {
     if (m_isOn && options.checkThreads && isEventLoop())
-        check.deleteApp(valueOf(record, "_ZN9RemoteApp8getValueEi", VdiVM::AppIdKey), currentName());
+        check.deleteApp(valueOf(record, "_ZN9RemoteApp8getValueEi", VdiVM::AppIdKey), nameOfCurrent());
 }
 
 RecordedCall::RecordedCall(RecordedThread &thread, void *database, const char *operation, int redaction,

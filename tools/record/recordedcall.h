@@ -74,6 +74,9 @@ public:
 
     bool isOn() const { return m_isOn && (file.accepts() || options.checkThreads); }
 
+    /// Knows the thread that asks from now on.
+    RecordedThread *addThread();
+
     /// The number of a database; one that is not known gets the next one.
     int numberOf(RecordedThread &thread, void *database);
     void add(void *database); // and forgets one that was there before
@@ -87,6 +90,7 @@ public:
 
 private:
     explicit Recorder(const QByteArray &variable);
+    QString nameOfCurrent();
 
     const bool m_isOn;
     std::mutex m_mutex; // guards what follows

@@ -17,7 +17,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 void complain(const QByteArray &text)
 {
@@ -47,7 +46,8 @@ static int moveUp(int fd)
     return high;
 }
 
-// Another process has the file, or had it, unless its first line names this one: then this one has called exec().
+// Opens what is new, or what this process has begun before it called exec(): the first line names it. Everything else
+// is another process's, and is left alone unless its process is gone: \a isOwn.
 int RecordFile::openFile(const QByteArray &name, bool isOwn)
 {
     const int fd = ::open(name.constData(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
@@ -61,12 +61,12 @@ int RecordFile::openFile(const QByteArray &name, bool isOwn)
     const bool isLocked = flock(fd, LOCK_EX | LOCK_NB) == 0;
     const bool isNew = size <= 0;
     const bool isMine = about.about.value(QLatin1String("pid")).toInt() == getpid();
-    if (!isOwn && (!isLocked || (!isNew && !isMine))) {
+    const bool isOthers = !isOwn && (!isLocked || (!isNew && !isMine));
+    if (isOthers || (!isNew && !isMine && ftruncate(fd, 0) != 0)) {
         close(fd);
-        return openFile(name + '.' + QByteArray::number(getpid()), true);
+        errno = EBUSY;
+        return -1;
     }
-    if (!isNew && !isMine && ftruncate(fd, 0) != 0) // left there by an earlier process of this number
-        return fd;
     m_name = name;
     begin(fd, !isMine);
     return moveUp(fd);
@@ -114,12 +114,15 @@ int RecordFile::open()
     const std::lock_guard<std::mutex> locker(m_mutex);
     if (m_fd != notOpen)
         return m_fd;
-    QByteArray name = m_options.file;
-    if (m_forkedFrom != 0)
-        name += '.' + QByteArray::number(getpid());
-    const int fd = openFile(name, m_forkedFrom != 0);
+    int fd = -1;
+    if (m_forkedFrom == 0)
+        fd = openFile(m_options.file, false);
+    const QByteArray own = m_options.file + '.' + QByteArray::number(getpid());
+    const bool isTaken = m_forkedFrom != 0 || (fd < 0 && errno == EBUSY);
+    if (isTaken)
+        fd = openFile(own, true);
     if (fd < 0)
-        stop(name, strerror(errno));
+        stop(isTaken ? own : m_options.file, qt_error_string(errno).toLocal8Bit());
     else
         m_fd = fd;
     return m_fd;
@@ -169,7 +172,7 @@ void RecordFile::write(const QByteArray &line)
         if (end < written || ftruncate(fd, end - written) != 0)
             complain("cannot take back half a line");
     }
-    stop(m_name, strerror(error));
+    stop(m_name, qt_error_string(error).toLocal8Bit());
 }
 
 void RecordFile::writeParts(const iovec *parts, int count)
