@@ -296,7 +296,7 @@ static QString view(const QString &what, const QByteArray &feed)
     return (lines.join(u'\n') + u'\n' + whole).trimmed();
 }
 
-/// "== name" begins a feed; "> view" ends it and what follows is what that view says of it, up to the next view or feed.
+/// "== name" begins a feed, "> view" what that view says of it.
 void tst_Feed::views_data()
 {
     QTest::addColumn<QString>("what");

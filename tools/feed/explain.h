@@ -8,9 +8,9 @@
 
 #include <map>
 
-/// Why a pool is shown or hidden: which call wrote HiddenKey last, also if it wrote the same value again, what the values
-/// and the library's log lines were at that moment, and what has changed since. A feed may hold the pool in several
-/// databases; there is one explanation for each.
+/// Why a pool is shown or hidden: which call wrote HiddenKey last, also if it wrote the same value again, what the
+/// values and the library's log lines were at that moment, and what has changed since. A feed may hold the pool in
+/// several databases; there is one explanation for each.
 class Explanation
 {
 public:

@@ -64,9 +64,9 @@ private:
 
 /// Finds what is allowed but suspicious in a feed, whatever its threads; for those see overlaps.h.
 ///
-/// A finding has a cause: its kind, and the pool, group or other thing that it is about, in one case and database. It is
-/// reported where the cause is first seen; later ones are counted. Of each kind the first 100 causes are reported and
-/// the others counted, so that the memory for it is constant.
+/// A finding has a cause: its kind, and the pool, group or other thing that it is about, in one case and database. It
+/// is reported where the cause is first seen; later ones are counted. Of each kind the first 100 causes are reported
+/// and the others counted, so that the memory for it is constant.
 class Lint
 {
 public:
