@@ -88,7 +88,7 @@ void tst_Decisions::scenes_data()
     row("both on the same pool", "a 307=g 13=1 items=1; b 307=g 309=1 items=1", "", "b", true);
     row("the lead need not be that pool", "a 307=g 13=1 309=1 306=1 items=1; b 307=g 305=1", "b", "b", true);
     row("type 3 in a group with items", "a 307=g 100=3 305=1; b 307=g 100=2 items=1", "", "a", true);
-    row("type 3 alone in its group", "a 307=h 100=3 items=1; b 307=g 100=3", "b", "b", true);
+    row("types 1 and 7 alone in their groups", "a 307=h 100=7 items=1; b 307=g 100=1", "b", "b", true);
     row("an active item clears a failure", "a 307=g 13=1 309=1 306=1 305=9 active; b 307=g 306=0 305=1", "a", "a",
         true);
     row("the type of an ungrouped pool is unsigned", "a 100=4294967297 13=1 items=1; b 307=g", "ab", "ab", true);

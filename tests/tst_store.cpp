@@ -80,6 +80,8 @@ void tst_Store::lists()
     for (const QString &uuid : {u"b"_s, u"c"_s})
         store.setPoolNodeValue(uuid, VdiVM::UuidKey, u"same"_s);
     QVERIFY(isEmptyNotNull(store.getUuidByParentUuid(u"same"_s)));
+    store.removeNode(u"same"_s);
+    QCOMPARE(store.getPoolNodeList(), Pools({a, c, free}));
 }
 
 // What a caller with a pool in hand can file there that the store itself never does.
