@@ -15,6 +15,6 @@ cmake --build --preset release --target vmdatabase-viewer
 settings=$(mktemp -d)
 trap 'rm -rf "$settings"' EXIT
 XDG_CONFIG_HOME=$settings XDG_RUNTIME_DIR=$settings QT_QPA_PLATFORM=offscreen QT_STYLE_OVERRIDE=Fusion LC_ALL=C.UTF-8 \
-    build/release/tools/viewer/vmdatabase-viewer --at 57 --pool p-10 --size 1440x900 --screenshot docs/viewer.png \
+    build/release/tools/viewer/vmdatabase-viewer --at 57 --pool p-10 --size 1560x960 --screenshot docs/viewer.png \
     examples/feeds/desktops.jsonl
 echo "Renewed: docs/viewer.png"

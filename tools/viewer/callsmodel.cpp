@@ -52,8 +52,10 @@ QString CallsModel::describe(const FeedDocument &document, int row)
         return tr("Case %1: empty databases").arg(line.about.value(QLatin1String("case")).toString());
     case FeedLine::Unfinished:
         return tr("Did not return: %1").arg(describeCall(line.about.value(QLatin1String("unfinished")).toArray()));
-    default:
-        return compactJson(line.about).left(longest);
+    default: {
+        const QString conflict = line.about.value(QLatin1String("threads")).toString();
+        return conflict.isEmpty() ? compactJson(line.about).left(longest) : conflict;
+    }
     }
 }
 

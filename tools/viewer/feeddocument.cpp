@@ -200,6 +200,11 @@ void Loading::add(const FeedLine &line, qint64 offset)
     } else {
         m_player.play(line);
         m_check.compare(line, {});
+        const QString conflict = line.about.value(QLatin1String("threads")).toString(); // found while it was recorded
+        if (!conflict.isEmpty()) {
+            row.flags |= FeedRow::Conflict;
+            report(conflict);
+        }
     }
     m_batch->rows.push_back(std::move(row));
     checkpoint();

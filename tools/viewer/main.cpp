@@ -67,7 +67,7 @@ int main(int argc, char *argv[])
     const QCommandLineOption follow(QStringLiteral("follow"), tr("Play what is added to the file while it grows."));
     const QCommandLineOption screenshot(QStringLiteral("screenshot"), tr("Draw the window into a picture and exit."),
                                         QStringLiteral("file.png"));
-    const QCommandLineOption size(QStringLiteral("size"), tr("The size of the window, 1440x900 for example."),
+    const QCommandLineOption size(QStringLiteral("size"), tr("The size of the window, 1560x960 for example."),
                                   QStringLiteral("size"));
     QCommandLineOption dark(QStringLiteral("dark"));
     dark.setFlags(QCommandLineOption::HiddenFromHelp);
@@ -87,7 +87,7 @@ int main(int argc, char *argv[])
     const QStringList sides = parser.value(size).split(QLatin1Char('x'));
     const QSize windowSize(sides.value(0).toInt(), sides.value(1).toInt());
     if (parser.isSet(size) && (windowSize.width() < 1 || windowSize.height() < 1))
-        return usageError(tr("--size takes a size like 1440x900"));
+        return usageError(tr("--size takes a size like 1560x960"));
     if (parser.isSet(dark)) {
         QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
         QApplication::setPalette(darkPalette());

@@ -15,6 +15,7 @@
 #include <QtGui/QClipboard>
 #include <QtGui/QDragEnterEvent>
 #include <QtGui/QGuiApplication>
+#include <QtGui/QScreen>
 #include <QtWidgets/QAction>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QComboBox>
@@ -118,7 +119,7 @@ MainWindow::MainWindow(QWidget *parent)
     };
     auto *left = split(Qt::Vertical, {makeCalls(), makeDetails()}, {560, 240});
     auto *middle = split(Qt::Vertical, {makeDesktops(), makeWhy()}, {430, 370});
-    auto *columns = split(Qt::Horizontal, {left, middle, makeStore()}, {470, 560, 410});
+    auto *columns = split(Qt::Horizontal, {left, middle, makeStore()}, {560, 565, 400});
     auto *central = new QWidget;
     auto *layout = new QVBoxLayout(central);
     layout->setContentsMargins(8, 4, 8, 0);
@@ -130,7 +131,7 @@ MainWindow::MainWindow(QWidget *parent)
     makeStatusBar();
     connectDocument();
 
-    resize(1440, 900);
+    resize(QSize(1560, 960).boundedTo(QGuiApplication::primaryScreen()->availableSize()));
     const QSettings settings;
     restoreGeometry(settings.value(QStringLiteral("geometry")).toByteArray());
     for (int i = 0; i < m_splitters.size(); ++i)
@@ -149,7 +150,7 @@ QWidget *MainWindow::makeCalls()
     m_callsView = makeTable(&m_calls);
     m_callsView->setIconSize(QSize(3, m_callsView->fontMetrics().height()));
     m_callsView->horizontalHeader()->setSectionResizeMode(CallsModel::CallColumn, QHeaderView::Stretch);
-    setWidths(m_callsView->horizontalHeader(), {7, 8, 8, 0, 14});
+    setWidths(m_callsView->horizontalHeader(), {7, 7, 7, 0, 15});
     m_callsView->hideColumn(CallsModel::TimeColumn);
     m_callsView->hideColumn(CallsModel::ThreadColumn);
     connect(m_callsView->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
@@ -165,6 +166,7 @@ QWidget *MainWindow::makeDetails()
     m_details.setColumnCount(2);
     m_detailsView = makeTable(&m_details);
     m_detailsView->setWordWrap(true);
+    m_detailsView->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn); // or rows are as high as without it
     m_detailsView->horizontalHeader()->hide();
     setWidths(m_detailsView->horizontalHeader(), {10, 0});
     connect(m_detailsView->horizontalHeader(), &QHeaderView::sectionResized, m_detailsView,
@@ -248,7 +250,7 @@ QWidget *MainWindow::makeWhy()
     connect(m_why, &QTextBrowser::anchorClicked, this, [this](const QUrl &link) { goToLine(link.path().toInt()); });
     m_historyView = makeTable(&m_history);
     m_historyView->setAccessibleName(tr("History of the selected value"));
-    setWidths(m_historyView->horizontalHeader(), {8, 24, 22, 16, 16});
+    setWidths(m_historyView->horizontalHeader(), {7, 18, 22, 8, 8});
     m_historyView->horizontalHeader()->setStretchLastSection(true);
     connect(m_historyView, &QTableView::activated, this,
             [this](const QModelIndex &index) { moveTo(m_history.feedRow(index)); });
@@ -740,6 +742,11 @@ void MainWindow::showWhy()
     else
         m_why->setHtml(toHtml(explainPool(m_document, row, m_pool), database, palette()));
     m_history.show(m_subject, database, row);
+    m_whyTabs->setTabText(1, m_subject ? tr("History of %1")
+                                             .arg(m_storeView->fontMetrics().elidedText(
+                                                 m_storeView->currentIndex().siblingAtColumn(0).data().toString(),
+                                                 Qt::ElideMiddle, m_whyTabs->width() / 3))
+                                       : tr("History"));
 }
 
 void MainWindow::showTitles()

@@ -299,7 +299,7 @@ QVariant HistoryModel::data(const QModelIndex &index, int role) const
     if (role != Qt::DisplayRole)
         return {};
     const bool hasValues = entry.change.kind != Change::Added && entry.change.kind != Change::Removed;
-    const auto text = [](const QString &value) { return shortJson(toJson(value)); };
+    const auto text = [](const QString &value) { return value.isNull() ? tr("none") : shortJson(value); };
     switch (index.column()) {
     case LineColumn:
         return m_document.row(entry.row).line;
@@ -321,7 +321,11 @@ QVariant HistoryModel::data(const QModelIndex &index, int role) const
 
 QVariant HistoryModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section >= ColumnCount)
+    if (orientation != Qt::Horizontal || section >= ColumnCount)
+        return {};
+    if (role == Qt::TextAlignmentRole)
+        return int(Qt::AlignVCenter) | int(section == LineColumn ? Qt::AlignRight : Qt::AlignLeft);
+    if (role != Qt::DisplayRole)
         return {};
     return QStringList{tr("Line"), tr("Call"), tr("What"), tr("Before"), tr("After")}.at(section);
 }
