@@ -54,6 +54,13 @@ static constexpr void (*operations[])(VmDatabase &, Input &) = {
     CALL(getRemoteAppControlPolicy), CALL(setRemoteAppControlPolicy), CALL(clearRemoteAppList), CALL(setRemoteAppEnd),
     CALL(getSaasAppId), CALL(getSaasAppValue), CALL(getAppsInfo), CALL(getAppsIdList), CALL(buildKeyName)};
 
+// Qt keeps the spent entries of its queue until it is asked for events of every type.
+static void runDeferredDeletions()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::sendPostedEvents();
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     VmDatabase db;
@@ -64,13 +71,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         if (!isOpen)
             db.clear(); // which does nothing a second time
         if (choice >= 250)
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            runDeferredDeletions();
         else if (isOpen || choice % std::size(operations) > 2)
             operations[choice % std::size(operations)](db, in);
     }
     if (size % 4) // else those that are left stay allocated, which is meant
         db.clearRemoteAppList();
     db.clear();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    runDeferredDeletions();
     return 0;
 }

@@ -78,11 +78,13 @@ private:
     static inline const bool watching = watch();
 };
 
-/// What an event loop would do; and before it the items that go are asked for what they leave behind.
+/// What an event loop would do; and before it the items that go are asked for what they leave behind. Qt keeps the
+/// spent entries of its queue until it is asked for events of every type.
 inline void runDeferredDeletions()
 {
     LiveObjects::ownLeftPolicies();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::sendPostedEvents();
 }
 
 /// Catches log lines while it lives: "I: text" or "C: text", with the context if it is not the settled one. The line

@@ -75,9 +75,8 @@ static FeedLine readObject(const QJsonObject &object)
         const QJsonValue value = it.value();
         if (name == QLatin1String("answer"))
             line.answer = value;
-        else if (name == QLatin1String("log") && !readTexts(value, line.log))
-            return wrongMember(name, "a list of texts");
-        else if (name == QLatin1String("signals") && !readTexts(value, line.emitted))
+        else if ((name == QLatin1String("log") && !readTexts(value, line.log)) ||
+                 (name == QLatin1String("signals") && !readTexts(value, line.emitted)))
             return wrongMember(name, "a list of texts");
         else if (name == QLatin1String("thread"))
             line.thread = value.isString() ? value.toString() : compactJson(value);

@@ -47,7 +47,7 @@ struct FeedLine
 };
 
 /// Reads one line, with or without its end.
-FeedLine parseLine(const QByteArray &text);
+FeedLine parseLine(const QByteArray &line);
 
 /// Writes one line without its end; what is not set is left out. A call of which nothing else is known is a bare array.
 QByteArray formatLine(const FeedLine &line);

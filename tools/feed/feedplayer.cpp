@@ -99,6 +99,7 @@ FeedPlayer::Database &FeedPlayer::open(int number)
 QList<int> FeedPlayer::databases() const
 {
     QList<int> numbers;
+    numbers.reserve(int(m_databases.size()));
     for (const auto &entry : m_databases)
         numbers << entry.first;
     return numbers;

@@ -15,11 +15,9 @@ bool FeedReader::fill()
     m_buffer.remove(0, m_begin);
     m_searched -= m_begin;
     m_begin = 0;
-    const int size = m_buffer.size();
-    m_buffer.resize(size + chunkSize);
-    const qint64 read = m_device.read(m_buffer.data() + size, chunkSize);
-    m_buffer.resize(size + int(std::max<qint64>(read, 0)));
-    return read > 0;
+    const QByteArray read = m_device.read(chunkSize);
+    m_buffer += read;
+    return !read.isEmpty();
 }
 
 // QByteArray::indexOf() looks at one byte after the other.

@@ -57,15 +57,15 @@ static constexpr std::array names{
 
 QString nameOf(int number, NamedNumbers kind)
 {
-    const auto it = std::find_if(names.begin(), names.end(),
-                                 [=](const Name &name) { return name.kind == kind && name.number == number; });
+    const auto *const it = std::find_if(names.begin(), names.end(),
+                                        [=](const Name &name) { return name.kind == kind && name.number == number; });
     return it == names.end() ? QString::number(number) : it->text;
 }
 
 bool numberOf(const QString &name, NamedNumbers kind, int *number)
 {
-    const auto it = std::find_if(names.begin(), names.end(),
-                                 [&](const Name &other) { return other.kind == kind && other.text == name; });
+    const auto *const it = std::find_if(names.begin(), names.end(),
+                                        [&](const Name &other) { return other.kind == kind && other.text == name; });
     if (it == names.end())
         return false;
     *number = it->number;

@@ -289,12 +289,14 @@ QString describeCall(const QJsonArray &call)
 {
     const QString name = call.at(0).toString();
     const Operation *operation = findOperation(name);
+    const NamedNumbers keys = operation ? operation->keys : NamedNumbers::None;
     QStringList arguments;
+    arguments.reserve(call.size());
     for (int i = 1; i < call.size(); ++i) {
         const QString parameter = operation ? operation->parameters.value(i - 1) : QString();
         if (parameter == QLatin1String("key"))
-            arguments << describeNumber(call.at(i), operation->keys);
-        else if (parameter == QLatin1String("type") && operation->keys == NamedNumbers::NodeKeys)
+            arguments << describeNumber(call.at(i), keys);
+        else if (parameter == QLatin1String("type") && keys == NamedNumbers::NodeKeys)
             arguments << describeNumber(call.at(i), NamedNumbers::VmTypes);
         else
             arguments << shortJson(call.at(i));

@@ -11,8 +11,9 @@
 #include <cerrno>
 #include <cstdio>
 
-InputFile::InputFile(const QString &name)
-    : m_descriptor(name == QLatin1String("-") ? STDIN_FILENO
+InputFile::InputFile(const QString &name, QObject *parent)
+    : QIODevice(parent)
+    , m_descriptor(name == QLatin1String("-") ? STDIN_FILENO
                                               : ::open(QFile::encodeName(name).constData(), O_RDONLY | O_CLOEXEC))
 {
     if (m_descriptor < 0)

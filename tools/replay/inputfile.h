@@ -12,7 +12,7 @@ class InputFile : public QIODevice
     Q_OBJECT
 
 public:
-    explicit InputFile(const QString &name);
+    explicit InputFile(const QString &name, QObject *parent = nullptr);
     ~InputFile() override;
 
     bool isSequential() const override { return true; }
