@@ -27,7 +27,17 @@ clazy_checks=(
     unneeded-cast
     use-arrow-operator-instead-of-data
 )
-folders='(include/vmdatabase|src|tools|examples|benchmarks)'
+# The tools have one more list: they hold no lock while a container detaches, and what a client's call costs is not theirs.
+tool_checks=(
+    no-detaching-member
+    no-missing-typeinfo
+    no-non-pod-global-static
+    no-reserve-candidates
+    no-returning-void-expression
+    no-ctor-missing-parent-argument
+)
+# Not yet tools/viewer: the way in which Qt's own documentation writes key sequences is a finding each.
+folders='(include/vmdatabase|src|tools/(feed|record|replay)|examples|benchmarks)'
 
 preset=${1:-dev}
 cmake --preset "$preset" >/dev/null
@@ -44,14 +54,17 @@ report() {
 check() {
     local status=0
     report clang-tidy-14 --quiet -p "$build" "$1" || status=1
-    report clazy-standalone -p "$build" --extra-arg=-Werror --checks="$checks" --header-filter=".*/$folders/.*" "$1" ||
+    local list=$checks
+    [[ $1 != */tools/* ]] || list+=,$tool_checks_list
+    report clazy-standalone -p "$build" --extra-arg=-Werror --checks="$list" --header-filter=".*/$folders/.*" "$1" ||
         status=1
     return $status
 }
 export -f report check
 export build folders
 checks=$(IFS=, && echo "${clazy_checks[*]}")
-export checks
+tool_checks_list=$(IFS=, && echo "${tool_checks[*]}")
+export checks tool_checks_list
 
 # The largest first, so that no processor waits for it in the end.
 ls -S "${sources[@]}" | xargs -d '\n' -P "$(nproc)" -I{} bash -c 'check "$1"' - {}

@@ -144,6 +144,7 @@ void Explanation::followDecision(Case &pool, const PlayedCall &played) const
         if (other.uuid == m_pool)
             decision.pool = other;
     }
+    // NOLINTNEXTLINE(bugprone-branch-clone): one branch for each kind of decision
     if (isWheel) {
         decision.log = played.outcome.log;
     } else if (!decision.pools.isEmpty()) {

@@ -134,7 +134,7 @@ static QString describePlace(const QString &uuid, const QString &hidden, const R
     const bool isShown = hidden == QLatin1String("0");
     if (ranking.pools.constFirst().uuid != uuid)
         return isShown ? QStringLiteral("  <- still shown: not decided since the values changed") : QString();
-    const QString lead = QStringLiteral("  <- lead: ") + describeReason(ranking);
+    QString lead = QStringLiteral("  <- lead: ") + describeReason(ranking);
     if (isShown || hidden != QLatin1String("1"))
         return lead;
     return lead + (ranking.rule == Ranking::ShowsNothing

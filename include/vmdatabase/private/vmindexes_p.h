@@ -127,7 +127,8 @@ public:
     /// Removes an entry and answers the one after it.
     typename Map::iterator remove(Map &map, typename Map::iterator entry)
     {
-        const QString uuid = entry.key(); // keeps the text that the index views
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): keeps the text that the index views
+        const QString uuid = entry.key();
         const auto next = map.erase(entry);
         entries.remove(uuid);
         return next;
