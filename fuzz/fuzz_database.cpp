@@ -75,7 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         else if (isOpen || choice % std::size(operations) > 2)
             operations[choice % std::size(operations)](db, in);
     }
-    if (size % 4) // else those that are left stay allocated, which is meant
+    if (size % 4) // else those that are left stay allocated, for compatibility
         db.clearRemoteAppList();
     db.clear();
     runDeferredDeletions();

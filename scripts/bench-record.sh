@@ -12,7 +12,7 @@ cmake --preset release >/dev/null
 cmake --build --preset release --target vmdatabase-record --target vmdatabase-record-library >/dev/null
 dir=$(mktemp -d)
 trap 'rm -r "$dir"' EXIT
-# shellcheck disable=SC2046 # words are meant
+# shellcheck disable=SC2046 # each word is an option
 c++ -std=c++17 -O2 -fPIC -Iinclude benchmarks/recordcalls.cpp -o "$dir/recordcalls" \
     -Lbuild/release/src -Wl,-rpath,"$PWD/build/release/src" -lvmdatabase $(pkg-config --cflags --libs Qt5Core) -pthread
 

@@ -12,7 +12,7 @@ seconds=${1:-60}
 cmake --preset fuzz
 cmake --build --preset fuzz
 
-# What the library is meant to leave allocated would drown the rest; the tests account for it.
+# What the library leaves allocated for compatibility would drown the rest; the tests account for it.
 export ASAN_OPTIONS=detect_leaks=0
 for target in database replay; do
     found=build/fuzz/found/$target
