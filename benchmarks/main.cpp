@@ -162,6 +162,7 @@ public:
                     store->removeNode(itemUuids[i]);
                 std::for_each_n(poolUuids.begin(), size.pools, [&](Text uuid) { store->removeNode(uuid); });
                 QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+                QCoreApplication::sendPostedEvents(); // drops the spent entries
             });
         }
         if constexpr (Store::features & Positions) {

@@ -34,6 +34,7 @@ public:
         clearRemoteAppList();
         clear();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCoreApplication::sendPostedEvents(); // drops the spent entries
     }
 };
 
