@@ -33,7 +33,7 @@ echo "Building the library and vmdatabase-replay; the first time this takes abou
 mkdir -p build
 SECONDS=0
 {
-    cmake --preset release -DBUILD_TESTING=OFF -DVMDATABASE_BUILD_EXAMPLES=OFF
+    cmake --preset release -DBUILD_TESTING=OFF -DVMDATABASE_BUILD_EXAMPLES=OFF -DVMDATABASE_BUILD_VIEWER=OFF
     cmake --build --preset release --target vmdatabase-replay
 } >build/demo.log 2>&1 || {
     cat build/demo.log

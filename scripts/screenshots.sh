@@ -8,13 +8,10 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh cmake fonts-dejavu-core g++ ninja-build qtbase5-dev
 
-cmake --preset release
+cmake --preset release -DVMDATABASE_BUILD_VIEWER=ON
 cmake --build --preset release --target vmdatabase-viewer
 
-# The look does not depend on who draws it: no settings, no theme, no other font.
-settings=$(mktemp -d)
-trap 'rm -rf "$settings"' EXIT
-XDG_CONFIG_HOME=$settings XDG_RUNTIME_DIR=$settings QT_QPA_PLATFORM=offscreen QT_STYLE_OVERRIDE=Fusion LC_ALL=C.UTF-8 \
+QT_QPA_PLATFORM=offscreen QT_STYLE_OVERRIDE=Fusion LC_ALL=C.UTF-8 \
     build/release/tools/viewer/vmdatabase-viewer --at 57 --pool p-10 --size 1560x960 --screenshot docs/viewer.png \
     examples/feeds/desktops.jsonl
 echo "Renewed: docs/viewer.png"

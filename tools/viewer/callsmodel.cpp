@@ -207,7 +207,7 @@ QVariant ProblemsModel::data(const QModelIndex &index, int role) const
         return m_document.row(row).line;
     QString report = m_document.report(row);
     if (m_document.row(row).flags & FeedRow::Critical) {
-        const QStringList lines = m_document.log(row).filter(QLatin1String("critical: "));
+        const QStringList lines = m_document.log(row).filter(QStringLiteral("critical: "));
         report += (report.isEmpty() ? QString() : QStringLiteral("\n")) + lines.join(QLatin1Char('\n'));
     }
     return role == Qt::ToolTipRole ? report : report.replace(QLatin1Char('\n'), QStringLiteral("; "));

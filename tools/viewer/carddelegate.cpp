@@ -61,6 +61,7 @@ QVector<Line> linesOf(const Desktop &desktop, const QPalette &palette)
     const QColor text = isHidden ? muted : palette.color(QPalette::Text);
     const QColor problem = Look::accent(palette, Look::Problem);
     QVector<Line> lines;
+    lines.reserve(desktop.machines.size() + desktop.ranking.size() + 2);
     for (const Desktop::Machine &machine : desktop.machines)
         lines << Line{machine.name,
                       !machine.isActive          ? machine.status
@@ -139,17 +140,19 @@ void drawLine(QPainter *painter, const QStyleOptionViewItem &option, const QRect
         painter->setBrush(line.isFilled ? QBrush(line.mark) : QBrush(Qt::NoBrush));
         painter->drawEllipse(QStyle::visualRect(option.direction, rect, dot));
     }
-    const int begin = QStyle::visualAlignment(option.direction, Qt::AlignLeft) | Qt::AlignVCenter | Qt::TextSingleLine;
-    const int end = QStyle::visualAlignment(option.direction, Qt::AlignRight) | Qt::AlignVCenter | Qt::TextSingleLine;
+    const int begin =
+        int(QStyle::visualAlignment(option.direction, Qt::AlignLeft)) | int(Qt::AlignVCenter) | int(Qt::TextSingleLine);
+    const int end = int(QStyle::visualAlignment(option.direction, Qt::AlignRight)) | int(Qt::AlignVCenter) |
+                    int(Qt::TextSingleLine);
     painter->setFont(font);
     painter->setPen(line.color);
-    painter->drawText(QStyle::visualRect(option.direction, rect, textRect), begin | Qt::AlignAbsolute,
+    painter->drawText(QStyle::visualRect(option.direction, rect, textRect), begin | int(Qt::AlignAbsolute),
                       metrics.elidedText(line.text, Qt::ElideRight, textRect.width()));
     QRect detailRect = rect;
     detailRect.setLeft(rect.right() + 1 - detailWidth);
     painter->setFont(option.font);
     painter->setPen(line.detailColor);
-    painter->drawText(QStyle::visualRect(option.direction, rect, detailRect), end | Qt::AlignAbsolute,
+    painter->drawText(QStyle::visualRect(option.direction, rect, detailRect), end | int(Qt::AlignAbsolute),
                       option.fontMetrics.elidedText(line.detail, Qt::ElideRight, detailWidth));
 }
 
@@ -159,7 +162,7 @@ void CardDelegate::paint(QPainter *painter, const QStyleOptionViewItem &given, c
 {
     QStyleOptionViewItem option = given;
     initStyleOption(&option, index);
-    const Desktop desktop = index.data(DesktopsModel::DesktopRole).value<Desktop>();
+    const auto desktop = index.data(DesktopsModel::DesktopRole).value<Desktop>();
     const Measures measures(option.font);
     const QPalette &palette = option.palette;
     const bool isHidden = desktop.state == Desktop::Hidden;
@@ -231,7 +234,7 @@ void CardDelegate::paint(QPainter *painter, const QStyleOptionViewItem &given, c
 
 QSize CardDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
-    const Desktop desktop = index.data(DesktopsModel::DesktopRole).value<Desktop>();
+    const auto desktop = index.data(DesktopsModel::DesktopRole).value<Desktop>();
     const Measures measures(option.font);
     const int lines = 2 + linesOf(desktop, option.palette).size();
     const int gaps = (lines > 2 ? measures.margin / 2 : 0) +

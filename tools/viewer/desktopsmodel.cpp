@@ -77,7 +77,7 @@ const Ranking &DesktopsModel::rankingOf(const QString &group, const QVector<Rank
         return a.uuid == b.uuid && same(VdiVM::FailedToConnectKey) && same(VdiVM::PreferredKey) &&
                same(VdiVM::PriorityKey);
     };
-    Known &known = m_rankings[group];
+    Known &known = m_rankings[group]; // clazy:exclude=detaching-member (writes)
     if (known.pools.isEmpty() ||
         !std::equal(known.pools.cbegin(), known.pools.cend(), pools.cbegin(), pools.cend(), decides))
         known.ranking = rankPools(pools);
@@ -156,6 +156,7 @@ void DesktopsModel::show(const StoreCopy &stored, const QVector<Change> &changes
         place.isChanged = place.isChanged || isChanged;
     }
     QVector<Desktop> desktops;
+    desktops.reserve(places.size());
     std::fill(std::begin(m_counts), std::end(m_counts), 0);
     for (const Place &place : std::as_const(places)) {
         Desktop desktop = place.group.isNull() ? desktopOf(place.uuid, *stored.pools.constFind(place.uuid))
@@ -234,6 +235,7 @@ int DesktopsModel::rowCount(const QModelIndex &parent) const
 static QString describe(const Desktop &desktop)
 {
     QStringList parts;
+    parts.reserve(3 + desktop.ranking.size() + desktop.machines.size());
     parts << (desktop.state == Desktop::Shown    ? DesktopsModel::tr("shown")
               : desktop.state == Desktop::Hidden ? DesktopsModel::tr("hidden")
                                                  : DesktopsModel::tr("undecided"));

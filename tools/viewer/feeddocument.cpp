@@ -89,7 +89,7 @@ private:
 
 void Loading::report(const QString &text)
 {
-    QString &reports = m_batch->reports[m_rows];
+    QString &reports = m_batch->reports[m_rows]; // clazy:exclude=detaching-member (writes)
     if (!reports.isEmpty())
         reports += QLatin1Char('\n');
     reports += text;
@@ -397,7 +397,9 @@ int FeedDocument::end(int FeedRow::*first, int row, size_t all) const
 QStringList FeedDocument::log(int row) const
 {
     QStringList log;
-    for (int i = this->row(row).firstLog; i < end(&FeedRow::firstLog, row, m_logs.size()); ++i)
+    const int last = end(&FeedRow::firstLog, row, m_logs.size());
+    log.reserve(last - this->row(row).firstLog);
+    for (int i = this->row(row).firstLog; i < last; ++i)
         log << m_logs[size_t(i)];
     return log;
 }
@@ -405,6 +407,7 @@ QStringList FeedDocument::log(int row) const
 QVector<Change> FeedDocument::changes(int row) const
 {
     QVector<Change> changes;
+    changes.reserve(endOfChanges(row) - this->row(row).firstChange);
     for (int i = this->row(row).firstChange; i < endOfChanges(row); ++i)
         changes << m_changes[size_t(i)];
     return changes;
@@ -445,7 +448,7 @@ static void apply(const Change &change, StoreCopy &store)
             store.pools.remove(change.id);
             return;
         }
-        StoreCopy::Pool &pool = store.pools[change.id];
+        StoreCopy::Pool &pool = store.pools[change.id]; // clazy:exclude=detaching-member (writes)
         if (change.kind == Change::Removed) {
             pool.items.remove(*change.item);
             return;
@@ -454,11 +457,13 @@ static void apply(const Change &change, StoreCopy &store)
             pool.items[*change.item].policies[change.policy].insert(change.key, change.after);
             return;
         }
-        StoreCopy::Values &values = change.item ? pool.items[*change.item].values : pool.values;
+        StoreCopy::Values *values = &pool.values;
+        if (change.item)
+            values = &pool.items[*change.item].values; // clazy:exclude=detaching-member (writes)
         if (change.kind == Change::Added)
-            values.insert(VdiVM::UuidKey, change.item ? *change.item : change.id);
+            values->insert(VdiVM::UuidKey, change.item ? *change.item : change.id);
         else
-            values.insert(change.key, change.after);
+            values->insert(change.key, change.after);
         return;
     }
     auto &apps = change.table == Change::RemoteApps ? store.remoteApps : store.saasApps;

@@ -4,7 +4,8 @@
 #include "mainwindow.h"
 
 #include <QtCore/QCommandLineParser>
-#include <QtCore/QFileInfo>
+#include <QtCore/QSettings>
+#include <QtCore/QTemporaryDir>
 #include <QtCore/QTextStream>
 #include <QtGui/QIcon>
 #include <QtWidgets/QApplication>
@@ -93,6 +94,11 @@ int main(int argc, char *argv[])
         QApplication::setPalette(darkPalette());
     }
 
+    // A picture looks the same for everyone, and leaves no trace in anyone's settings.
+    const QTemporaryDir noSettings;
+    if (parser.isSet(screenshot))
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, noSettings.path());
+
     MainWindow window;
     if (windowSize.isValid() && !windowSize.isEmpty())
         window.resize(windowSize);
@@ -108,15 +114,19 @@ int main(int argc, char *argv[])
         QTextStream(stderr) << "vmdatabase-viewer: " << message << '\n';
         QCoreApplication::exit(1);
     });
-    QObject::connect(&window, &MainWindow::ready, &app, [&] {
+    QTimer delay;
+    delay.setSingleShot(true);
+    delay.setInterval(200); // milliseconds; longer than any delay in the window
+    QObject::connect(&window, &MainWindow::ready, &delay, [&] {
         window.selectPool(parser.value(pool));
-        QTimer::singleShot(200, &app, [&] {
-            const QString fileName = parser.value(screenshot);
-            const bool saved = window.grab().save(fileName);
-            if (!saved)
-                QTextStream(stderr) << "vmdatabase-viewer: " << tr("%1 cannot be written").arg(fileName) << '\n';
-            QCoreApplication::exit(saved ? 0 : 1);
-        });
+        delay.start();
+    });
+    QObject::connect(&delay, &QTimer::timeout, &app, [&] {
+        const QString fileName = parser.value(screenshot);
+        const bool saved = window.grab().save(fileName);
+        if (!saved)
+            QTextStream(stderr) << "vmdatabase-viewer: " << tr("%1 cannot be written").arg(fileName) << '\n';
+        QCoreApplication::exit(saved ? 0 : 1);
     });
     window.show();
     window.open(files.constFirst(), false, line, parser.value(pool));

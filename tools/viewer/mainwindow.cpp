@@ -42,6 +42,11 @@ static constexpr int mostDetails = 500; // rows; a decision on many pools change
 static constexpr int mostRevealed = 12;
 static constexpr int defaultFlags = Qt::AlignVCenter | Qt::AlignLeft;
 
+static QKeySequence keys(const char *text)
+{
+    return QKeySequence(QLatin1String(text));
+}
+
 // A view under its title, with room for what is to be said about it.
 static QWidget *makePanel(const QString &title, QWidget *view, QLabel **summary)
 {
@@ -294,8 +299,8 @@ QAction *MainWindow::addAction(QMenu *menu, const QString &text, const QKeySeque
 
 void MainWindow::addPanel(QMenu *menu, const QString &name, QWidget *view)
 {
-    const QKeySequence keys(Qt::ALT | (Qt::Key_1 + menu->actions().size()));
-    addAction(menu, name, keys, [=] {
+    const QString number = QString::number(menu->actions().size() + 1);
+    addAction(menu, name, QKeySequence(QStringLiteral("Alt+") + number), [=] {
         for (QTabWidget *tabs : {m_detailsTabs, m_whyTabs}) {
             if (tabs->indexOf(view) >= 0)
                 tabs->setCurrentWidget(view);
@@ -316,7 +321,7 @@ void MainWindow::makeActions()
             open(m_document.fileName(), m_follow->isChecked(),
                  m_moment.row() < 0 ? 0 : m_document.row(m_moment.row()).line, m_pool);
     });
-    m_follow = addAction(file, tr("&Follow"), Qt::CTRL | Qt::Key_T, {});
+    m_follow = addAction(file, tr("&Follow"), keys("Ctrl+T"), {});
     m_follow->setCheckable(true);
     m_follow->setStatusTip(tr("Play what a running client adds to the file, and stay at its end"));
     connect(m_follow, &QAction::triggered, this, [this](bool follows) {
@@ -327,7 +332,7 @@ void MainWindow::makeActions()
     addAction(file, tr("&Quit"), QKeySequence::Quit, [this] { close(); });
 
     QMenu *edit = menuBar()->addMenu(tr("&Edit"));
-    addAction(edit, tr("&Copy Line"), Qt::CTRL | Qt::SHIFT | Qt::Key_C, [this] {
+    addAction(edit, tr("&Copy Line"), keys("Ctrl+Shift+C"), [this] {
         if (m_moment.row() >= 0)
             QGuiApplication::clipboard()->setText(m_document.text(m_moment.row()));
     });
@@ -348,31 +353,30 @@ void MainWindow::makeActions()
         m_moves << addAction(go, forward, forwardKeys, [=] { moveBy(flags, true); });
         go->addSeparator();
     };
-    addMoves(tr("Previous &Call"), tr("&Next Call"), Qt::CTRL | Qt::Key_Up, Qt::CTRL | Qt::Key_Down, 0);
-    addMoves(tr("Previous Decision"), tr("Next &Decision"), Qt::CTRL | Qt::SHIFT | Qt::Key_D, Qt::CTRL | Qt::Key_D,
-             FeedRow::Decision);
-    addMoves(tr("Previous Change of What Is Shown"), tr("Next Change of What Is &Shown"),
-             Qt::CTRL | Qt::SHIFT | Qt::Key_E, Qt::CTRL | Qt::Key_E, FeedRow::ChangesShown);
-    addMoves(tr("Previous Problem"), tr("Next &Problem"), Qt::SHIFT | Qt::Key_F8, Qt::Key_F8, FeedRow::Problem);
-    addAction(go, tr("&First Line"), Qt::CTRL | Qt::Key_Home, [this] { moveTo(0); });
-    addAction(go, tr("&Last Line"), Qt::CTRL | Qt::Key_End, [this] { moveTo(m_document.rowCount() - 1); });
-    addAction(go, tr("&Go to Line..."), Qt::CTRL | Qt::Key_G, [this] { askForLine(); });
+    addMoves(tr("Previous &Call"), tr("&Next Call"), keys("Ctrl+Up"), keys("Ctrl+Down"), 0);
+    addMoves(tr("Previous Decision"), tr("Next &Decision"), keys("Ctrl+Shift+D"), keys("Ctrl+D"), FeedRow::Decision);
+    addMoves(tr("Previous Change of What Is Shown"), tr("Next Change of What Is &Shown"), keys("Ctrl+Shift+E"),
+             keys("Ctrl+E"), FeedRow::ChangesShown);
+    addMoves(tr("Previous Problem"), tr("Next &Problem"), keys("Shift+F8"), keys("F8"), FeedRow::Problem);
+    addAction(go, tr("&First Line"), keys("Ctrl+Home"), [this] { moveTo(0); });
+    addAction(go, tr("&Last Line"), keys("Ctrl+End"), [this] { moveTo(m_document.rowCount() - 1); });
+    addAction(go, tr("&Go to Line..."), keys("Ctrl+G"), [this] { askForLine(); });
     go->addSeparator();
-    m_play = addAction(go, tr("Pl&ay"), Qt::CTRL | Qt::Key_Space, {});
+    m_play = addAction(go, tr("Pl&ay"), keys("Ctrl+Space"), {});
     m_play->setCheckable(true);
     m_play->setObjectName(QStringLiteral("play"));
     connect(m_play, &QAction::toggled, this, &MainWindow::setPlaying);
-    addAction(go, tr("Play Faster"), Qt::CTRL | Qt::Key_Plus,
+    addAction(go, tr("Play Faster"), keys("Ctrl++"),
               [this] { m_speed->setCurrentIndex(std::min(m_speed->currentIndex() + 1, m_speed->count() - 1)); });
-    addAction(go, tr("Play Slower"), Qt::CTRL | Qt::Key_Minus,
+    addAction(go, tr("Play Slower"), keys("Ctrl+-"),
               [this] { m_speed->setCurrentIndex(std::max(m_speed->currentIndex() - 1, 0)); });
 
     QMenu *view = menuBar()->addMenu(tr("&View"));
-    QAction *hidden = addAction(view, tr("&Hidden Desktops"), Qt::CTRL | Qt::Key_H, {});
+    QAction *hidden = addAction(view, tr("&Hidden Desktops"), keys("Ctrl+H"), {});
     hidden->setCheckable(true);
     hidden->setChecked(true);
     connect(hidden, &QAction::toggled, &m_desktops, &DesktopsModel::setShowsHidden);
-    m_reveal = addAction(view, tr("&Reveal Changes in the Store"), Qt::CTRL | Qt::Key_R, {});
+    m_reveal = addAction(view, tr("&Reveal Changes in the Store"), keys("Ctrl+R"), {});
     m_reveal->setCheckable(true);
     m_reveal->setChecked(true);
     connect(m_reveal, &QAction::toggled, this, &MainWindow::revealChanges);
@@ -700,10 +704,9 @@ void MainWindow::showDetails()
         add(tr("Answer"), line.answer);
     const QColor problem = Look::accent(palette(), line.flags & FeedRow::Conflict ? Look::Conflict : Look::Problem);
     const QString report = m_document.report(row);
-    if (!report.isEmpty()) {
-        for (const QString &text : report.split(QLatin1Char('\n')))
-            add(tr("Problem"), text, problem);
-    }
+    const QStringList problems = report.isEmpty() ? QStringList() : report.split(QLatin1Char('\n'));
+    for (const QString &text : problems)
+        add(tr("Problem"), text, problem);
     for (int i = 0; i < m_shownChanges.size(); ++i) {
         add(tr("Changed"), describeChange(m_shownChanges.at(i)), Look::accent(palette(), Look::Changed));
         if (QStandardItem *item = m_details.item(m_details.rowCount() - 1))

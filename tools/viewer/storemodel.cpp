@@ -322,6 +322,7 @@ bool StoreModel::isUntouched(const Node &node) const
 }
 
 // Makes of the children of a node what they are now, with as little as possible for a view to do.
+// NOLINTNEXTLINE(misc-no-recursion): a tree of at most six levels
 void StoreModel::sync(Node &node)
 {
     if (!node.isFetched || isUntouched(node))
@@ -447,7 +448,8 @@ StoreModel::Node *StoreModel::nodeOf(const QModelIndex &index) const
 
 QModelIndex StoreModel::indexOf(const Node &node, int column) const
 {
-    return node.parent ? createIndex(node.row, column, const_cast<Node *>(&node)) : QModelIndex();
+    // The node among its siblings, as what it belongs to may change it.
+    return node.parent ? createIndex(node.row, column, node.parent->children[size_t(node.row)].get()) : QModelIndex();
 }
 
 QModelIndex StoreModel::index(int row, int column, const QModelIndex &parent) const

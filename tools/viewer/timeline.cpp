@@ -36,14 +36,14 @@ void Timeline::collect()
     QStyleOptionSlider option;
     initStyleOption(&option);
     const int handle = style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, this).width();
-    m_marks.assign(size_t(std::max(width(), handle) + 1), 0);
+    m_marks.assign(size_t(std::max(width(), handle)) + 1, 0);
     for (int row = 0; row < count; ++row) {
         const int flags = m_document.row(row).flags & (FeedRow::Decision | FeedRow::ChangesShown | FeedRow::Problem);
         if (!flags)
             continue;
         const int at = QStyle::sliderPositionFromValue(minimum(), maximum(), row, std::max(width() - handle, 0),
                                                        option.upsideDown);
-        m_marks[size_t(handle / 2 + at)] |= quint16(flags);
+        m_marks[size_t(handle / 2) + size_t(at)] |= quint16(flags);
     }
     update();
 }

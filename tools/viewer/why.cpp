@@ -140,7 +140,11 @@ static QString reasonOf(const QJsonArray &pools)
             pool.values.insert(member.second, value[QLatin1String(member.first)].toString());
         byUuid.insert(pool.uuid, pool);
     }
-    return describeReason(rankPools(byUuid.values().toVector()));
+    QVector<RankedPool> ranked;
+    ranked.reserve(byUuid.size());
+    for (const RankedPool &pool : std::as_const(byUuid))
+        ranked << pool;
+    return describeReason(rankPools(ranked));
 }
 
 static QString rankingHtml(const QJsonObject &ranking, const QString &pool)
