@@ -35,7 +35,7 @@ History::History(const QString &what)
         if (key)
             texts << qMakePair(whole.left(colon), key);
     }
-    for (const auto &text : texts) {
+    for (const auto &text : std::as_const(texts)) {
         m_readings << Reading{text.first, std::nullopt, text.second};
         for (int i = 0; !m_isApp && i < text.first.size(); ++i) {
             if (text.first.at(i) == QLatin1Char('/'))
