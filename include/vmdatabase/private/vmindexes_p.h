@@ -58,11 +58,10 @@ class VmHashedUuid
 {
 public:
     VmHashedUuid(const QString &uuid)
-        : VmHashedUuid(uuid, ::qHash(uuid, seed()))
+        : text(uuid.constData())
+        , size(uuid.size())
+        , hash(::qHash(uuid, seed()))
     {}
-
-    /// The same uuid in another text.
-    VmHashedUuid in(const QString &uuid) const { return {uuid, hash}; }
 
     friend bool operator==(const VmHashedUuid &a, const VmHashedUuid &b)
     {
@@ -71,12 +70,6 @@ public:
     friend uint qHash(const VmHashedUuid &uuid, uint hashSeed = 0) { return uuid.hash ^ hashSeed; }
 
 private:
-    VmHashedUuid(const QString &uuid, uint hashOfUuid)
-        : text(uuid.constData())
-        , size(uuid.size())
-        , hash(hashOfUuid)
-    {}
-
     // Random for each process, so that nobody can choose uuids that collide. Never 0, for which Qt uses a hash that is
     // four times as slow. Constant, whatever a client sets later.
     static uint seed()
@@ -109,13 +102,14 @@ public:
     /// As find(), without the difference between a null pointer and no entry.
     Record *value(const VmHashedUuid &uuid) const { return entries.value(uuid); }
 
-    /// Adds the entry, or replaces its record. Adds nothing to either when memory runs out.
+    /// Adds the entry, or replaces its record; \a hashed is made from \a uuid, whose text the map's key shares. Adds nothing
+    /// to either when memory runs out.
     void insert(Map &map, const QString &uuid, const VmHashedUuid &hashed, Record *record)
     {
         const auto entry = map.insert(uuid, record);
         QT_TRY
         {
-            entries.insert(hashed.in(entry.key()), record); // the map's text, which stays when the record is replaced
+            entries.insert(hashed, record);
         }
         QT_CATCH(...)
         {
@@ -127,11 +121,8 @@ public:
     /// Removes an entry and answers the one after it.
     typename Map::iterator remove(Map &map, typename Map::iterator entry)
     {
-        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): keeps the text that the index views
-        const QString uuid = entry.key();
-        const auto next = map.erase(entry);
-        entries.remove(uuid);
-        return next;
+        entries.remove(entry.key());
+        return map.erase(entry);
     }
 
     /// Removes all entries and answers what the map held.
