@@ -31,8 +31,7 @@ done
 
 scripts/install-packages.sh doxygen
 rm -rf build/docs
-mkdir -p build/docs
-VMDATABASE_VERSION=$(sed -n 's/^project(VmDatabase VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
-export VMDATABASE_VERSION
-doxygen docs/Doxyfile
+mkdir -p build
+version=$(sed -n 's/^project(VmDatabase VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+VMDATABASE_VERSION=$version VMDATABASE_DOCS=build/docs doxygen docs/Doxyfile
 echo "Documentation: build/docs/html/index.html"
