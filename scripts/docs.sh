@@ -14,7 +14,9 @@ digest() { sha256sum <"$1" | cut -d ' ' -f 1; }
 if [ "${1:-}" = --update ]; then
     scripts/install-packages.sh fonts-dejavu-core graphviz
     for source in docs/*.dot; do
-        dot -Tsvg "$source" | sed "1a\\
+        dot -Tsvg "$source" | sed "/^<g id=\"graph0\"/i\\
+<style>@media (prefers-color-scheme: dark) { svg { filter: invert(0.9) hue-rotate(180deg) } }</style>
+            1a\\
 <!-- SPDX-FileCopyrightText: 2026 The vmdatabase authors -->\\
 <!-- SPDX-License-Identifier: MIT -->\\
 <!-- Drawn by scripts/docs.sh from $(basename "$source"), sha256 $(digest "$source") -->" >"${source%.dot}.svg"
