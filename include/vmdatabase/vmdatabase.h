@@ -87,7 +87,7 @@ public:
     /// - an empty \a parentUuid, and race: "5 cannot find parent ..." for an item, "6 cannot find ..." for a pool.
     void resetNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key);
 
-    /// The value; an empty text if a uuid is empty (silent) and for what is reported, located:
+    /// The value; an empty text if a uuid is empty (silent). Reported, located, and an empty text:
     /// - an unknown item: "7 cannot find vm item node, ...";
     /// - a \a type that has no record: "there is no policy type: ...";
     /// - race: "8 cannot find parent vm pool node, ...".
@@ -178,19 +178,19 @@ public:
     /// is gathered. Logs "xx wheelVmGroup ..." for each pool, "wheelVmGroup select ..." for a choice.
     bool wheelVmGroup(QString group, QString &uuid);
 
-    /// Decides for every pool: clears its failure flag ("0") if it has an active item; then
+    /// Decides pool by pool, then calls dealVmGroupPool(). No lock while pools are listed. Uses items of every pool.
+    /// Clears a pool's failure flag ("0") if it has an active item; then
     /// - VdiVM::PoolTypeKey 1, 3 or 7: shown while it holds no item;
     /// - else with a group: hidden, and logs "poolNode, SET HIDE ...";
     /// - else VdiVM::AllowMultiDynamicKey (signed) not 0: shown, and logs "pool allowMultiDynamicDesktop, DO SHOW ...";
     /// - else: shown while it holds no item.
-    /// Then dealVmGroupPool(). No lock while pools are listed. Uses items of every pool.
     void dealVmPools();
 
-    /// Hides every pool that has a group, logs "poolNode, SET HIDE ..." for each, and then shows the lead of a group
+    /// Decides group by group. The table is locked while groups are gathered. Uses items of every pool that has a
+    /// group. Hides each pool of the group, logs "poolNode, SET HIDE ..." for it, and then shows the lead
     /// - if one of its pools has VdiVM::AllowMultiDynamicKey (signed) and VdiVM::PreferredKey not 0: logs "GROUP
     ///   allowMultiDynamicDesktop, DO SHOW ...";
     /// - else if none of its pools holds an item: logs "GROUP do not have Item, DO SHOW ...".
-    /// The table is locked while groups are gathered. Uses items of every pool that has a group.
     void dealVmGroupPool();
 
     /// @}
