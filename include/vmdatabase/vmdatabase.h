@@ -24,7 +24,8 @@ class VmDatabasePrivate;
 /// docs/threads.md has three recipes, and for each operation what may run beside it. Any answer can be stale at once.
 /// "Locked" and "no lock" are said of a table; each value is read and written under the lock of its record.
 /// - **Answers**: uuids and ids are compared exactly, null equals empty. Lists and positions are in ascending QString
-///   order. A value that a pool, item or policy does not have is a null text; any other empty text is not null.
+///   order. A value that a pool, item or policy does not have is a null text, as is one stored as such; any other empty
+///   text is not null.
 /// - **Closed** by clear(), operations do nothing, log nothing and answer an empty text, list, map or object, 0 or
 ///   false. Compatibility: getAppCount(), getSaasAppCount() and clearSaasAppList() must not be called then;
 ///   setRemoteAppEnd() and buildKeyName() work.
@@ -155,7 +156,7 @@ public:
     /// ...". No lock. Uses the items of that pool.
     void removeChildrenByParentUuid(const QString &parentUuid);
 
-    /// removeChildrenByParentUuid(), then removeNode() in any case, each with its lock and its log line.
+    /// removeChildrenByParentUuid(), then removeNode(), also of an unknown pool. The table is locked for the latter only.
     void removeFamilyByParentUuid(const QString &parentUuid);
 
     /// @}
