@@ -20,7 +20,7 @@ uint RankedPool::number(int key) const
     return value(key).toUInt();
 }
 
-static bool isActive(const StoreCopy::Item &item)
+bool isActive(const StoreCopy::Item &item)
 {
     return item.values.value(VdiVM::ItemActiveKey).toUInt() == 1;
 }

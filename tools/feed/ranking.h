@@ -5,6 +5,9 @@
 
 #include "storecopy.h"
 
+/// Whether \a item makes its pool active.
+bool isActive(const StoreCopy::Item &item);
+
 /// A pool of a group, with all that decides about it.
 struct RankedPool
 {

@@ -12,11 +12,6 @@
 
 using Values = StoreCopy::Values;
 
-static bool isActive(const StoreCopy::Item &item)
-{
-    return item.values.value(VdiVM::ItemActiveKey).toUInt() == 1;
-}
-
 // The lead of each group and what decides about it.
 static QMap<QString, Ranking> rankGroups(const StoreCopy &stored)
 {

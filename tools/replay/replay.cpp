@@ -27,12 +27,12 @@ Replay::Replay(const Options &options)
     m_timer.start();
 }
 
-bool Replay::run(const volatile int &interrupted)
+bool Replay::run(const volatile int &isInterrupted)
 {
     for (const QString &name : m_options.files) {
         const bool isLast = &name == &m_options.files.constLast();
-        playFile(name, isLast ? m_options.until : 0, interrupted);
-        if (interrupted || (!m_isGood && m_options.strict))
+        playFile(name, isLast ? m_options.until : 0, isInterrupted);
+        if (isInterrupted || (!m_isGood && m_options.strict))
             break;
     }
     m_progress.hide();
@@ -48,7 +48,7 @@ bool Replay::run(const volatile int &interrupted)
     return m_isGood;
 }
 
-void Replay::playFile(const QString &name, qint64 until, const volatile int &interrupted)
+void Replay::playFile(const QString &name, qint64 until, const volatile int &isInterrupted)
 {
     m_file = name;
     m_line = 0;
@@ -58,7 +58,7 @@ void Replay::playFile(const QString &name, qint64 until, const volatile int &int
     FeedLine line;
     if (m_options.follow && file.isGood())
         m_screen = std::make_unique<Screen>();
-    while (file.isGood() && !interrupted && (until == 0 || m_line < until)) {
+    while (file.isGood() && !isInterrupted && (until == 0 || m_line < until)) {
         const qint64 begin = m_timer.nsecsElapsed();
         const bool isRead = reader.next(line, m_options.follow);
         m_reading += m_timer.nsecsElapsed() - begin;
@@ -67,7 +67,7 @@ void Replay::playFile(const QString &name, qint64 until, const volatile int &int
             QThread::msleep(100);
             continue;
         }
-        if (!isRead || interrupted)
+        if (!isRead || isInterrupted)
             break;
         m_line = reader.lineNumber();
         if (reader.isCutOff())
@@ -82,7 +82,7 @@ void Replay::playFile(const QString &name, qint64 until, const volatile int &int
     if (!file.isGood()) {
         m_isGood = false;
         report(name + QStringLiteral(": ") + file.errorString());
-    } else if (m_line < until && !interrupted && (m_isGood || !m_options.strict)) {
+    } else if (m_line < until && !isInterrupted && (m_isGood || !m_options.strict)) {
         m_isGood = false;
         report(QStringLiteral("%1: --until %2: the feed ends at line %3").arg(name).arg(until).arg(m_line));
     }

@@ -17,11 +17,11 @@ class Replay
 public:
     explicit Replay(const Options &options);
 
-    /// Plays all feeds, until \a interrupted. Returns whether all was good.
-    bool run(const volatile int &interrupted);
+    /// Plays all feeds, until \a isInterrupted. Returns whether all was good.
+    bool run(const volatile int &isInterrupted);
 
 private:
-    void playFile(const QString &name, qint64 until, const volatile int &interrupted);
+    void playFile(const QString &name, qint64 until, const volatile int &isInterrupted);
     void playLine(const FeedLine &line);
     void showScreen();
     void writeLog(const Played &played);
