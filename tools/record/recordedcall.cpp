@@ -249,7 +249,6 @@ RecordedCall::RecordedCall(RecordedThread &thread, void *database, const char *o
     : m_recorder(Recorder::instance())
     , m_thread(thread)
     , m_database(database)
-    , m_operation(operation)
     , m_caller(caller)
     , m_redaction(redaction)
 {

@@ -134,7 +134,6 @@ private:
     Recorder &m_recorder;
     RecordedThread &m_thread;
     void *const m_database;
-    const char *const m_operation;
     const void *const m_caller;
     RecordedCall *m_outer = nullptr;
     QByteArray m_line;  // as far as it is known; not touched while the call is in progress
