@@ -18,6 +18,7 @@ static constexpr auto keep = [](auto &&answer) { benchmark::DoNotOptimize(answer
 // Qt does not allocate through operator new: counted is what everything goes through.
 static thread_local qint64 allocations = 0;
 
+// NOLINTNEXTLINE(clang-diagnostic-reserved-identifier): that is its name
 extern "C" void *__libc_malloc(size_t);
 extern "C" void *malloc(size_t size)
 {
@@ -25,18 +26,19 @@ extern "C" void *malloc(size_t size)
     return __libc_malloc(size);
 }
 
-static std::vector<QString> texts(const char *format, int count)
+static QVector<QString> texts(const char *format, int count)
 {
-    std::vector<QString> texts;
+    QVector<QString> texts;
+    texts.reserve(count);
     for (int i = 0; i < count; ++i) // the order of the texts is not that of their numbers
-        texts.push_back(QString::asprintf(format, i * 2654435761U));
+        texts.append(QString::asprintf(format, uint(i) * 2654435761U));
     return texts;
 }
 
-static const std::vector<QString> poolUuids = texts("5d1e8f36-42c7-4b09-a1d4-9f3e%08x", 100000);
-static const std::vector<QString> itemUuids = texts("5d1e8f36-42c7-4b09-a1d4-7c20%08x", 100000);
-static const std::vector<QString> appIds = texts("5d1e8f36-42c7-4b09-a1d4-11b6%08x", 1000);
-static const std::vector<QString> values = texts("value %08x", 64);
+static const QVector<QString> poolUuids = texts("5d1e8f36-42c7-4b09-a1d4-9f3e%08x", 100000);
+static const QVector<QString> itemUuids = texts("5d1e8f36-42c7-4b09-a1d4-7c20%08x", 100000);
+static const QVector<QString> appIds = texts("5d1e8f36-42c7-4b09-a1d4-11b6%08x", 1000);
+static const QVector<QString> values = texts("value %08x", 64);
 static constexpr int itemKeys[] = {1, 3, 5, 6, 200, 201, 202, 203, 204, 205, 300, 301};
 
 /// As a parser makes them: shared with nobody.
@@ -62,19 +64,19 @@ template <typename Store>
 void feed(Store &store, Size size)
 {
     for (int pool = 0; pool < size.pools; ++pool) {
-        const QString uuid = parsed(poolUuids[pool]);
-        store.setPoolNodeValue(uuid, VdiVM::UuidKey, parsed(uuid));
-        store.setPoolNodeValue(uuid, VdiVM::NameKey, parsed(values[pool % 64]));
-        store.setPoolNodeValue(uuid, VdiVM::PoolTypeKey, QString::number(pool % 9 ? 2 : 1));
-        store.setPoolNodeValue(uuid, VdiVM::GroupKey, pool % 11 ? QString::number(pool / size.group) : QString());
-        store.setPoolNodeValue(uuid, VdiVM::PriorityKey, QString::number(pool));
-        store.setPoolNodeValue(uuid, VdiVM::FailedToConnectKey, QString::number(pool % 3 == 0));
-        store.setPoolNodeValue(uuid, VdiVM::AllowMultiDynamicKey, QString::number(pool % 7 == 5));
-        store.setPoolNodeValue(uuid, VdiVM::PreferredKey, QString::number(pool % 5 == 0));
+        const QString parent = parsed(poolUuids[pool]);
+        store.setPoolNodeValue(parent, VdiVM::UuidKey, parsed(parent));
+        store.setPoolNodeValue(parent, VdiVM::NameKey, parsed(values[pool % 64]));
+        store.setPoolNodeValue(parent, VdiVM::PoolTypeKey, QString::number(pool % 9 ? 2 : 1));
+        store.setPoolNodeValue(parent, VdiVM::GroupKey, pool % 11 ? QString::number(pool / size.group) : QString());
+        store.setPoolNodeValue(parent, VdiVM::PriorityKey, QString::number(pool));
+        store.setPoolNodeValue(parent, VdiVM::FailedToConnectKey, QString::number(pool % 3 == 0));
+        store.setPoolNodeValue(parent, VdiVM::AllowMultiDynamicKey, QString::number(pool % 7 == 5));
+        store.setPoolNodeValue(parent, VdiVM::PreferredKey, QString::number(pool % 5 == 0));
         for (int i = pool * size.items; i < (pool + 1) * size.items; ++i) {
             const QString item = parsed(itemUuids[i]);
             for (const int key : itemKeys)
-                store.setNodeValue(uuid, item, VdiVM::ItemNode, key, parsed(values[(i + key) % 64]));
+                store.setNodeValue(parent, item, VdiVM::ItemNode, key, parsed(values[(i + key) % 64]));
         }
     }
 }

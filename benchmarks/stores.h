@@ -24,7 +24,8 @@ enum Feature { Decisions = 1, Positions = 2, Threads = 4 };
 
 using Text = const QString &;
 
-class Library : public VmDatabase
+// Nobody asks for its meta-object or gives it a parent.
+class Library : public VmDatabase // clazy:exclude=missing-qobject-macro,ctor-missing-parent-argument
 {
 public:
     static constexpr int features = Decisions | Positions | Threads;
@@ -173,6 +174,7 @@ public:
     }
     void removeNode(Text uuid)
     {
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the walk is const, the store is not
         const auto remove = [&](auto &, auto &pool) { return const_cast<Pool &>(pool).items.remove(uuid); };
         const std::unique_lock lock(mutex);
         pools.remove(uuid) || anyOf(pools, remove);
@@ -282,6 +284,7 @@ private:
     {
         std::vector<std::pair<const QString *, Pool *>> found;
         anyOf(pools, [&](auto &uuid, auto &pool) {
+            // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): who asks changes the pools
             return wanted(pool) && (found.emplace_back(&uuid, const_cast<Pool *>(&pool)), false);
         });
         if (!isOrdered)
@@ -328,6 +331,8 @@ private:
 /// SQLite in memory, through prepared statements.
 class SqliteTable
 {
+    Q_DISABLE_COPY(SqliteTable)
+
 public:
     SqliteTable()
     {

@@ -16,7 +16,7 @@ static Value take(Input &in)
 {
     static constexpr int numbers[] = {0, 1, 2, 3, 4, 10, 11, 13, 100, 204, 301, 305, 306, 307, 308, 309, -1};
     static constexpr const char *texts[] = {"", "p", "q", "i", "j", "0", "1", "2", "3", "9", "-1", "%1", "%2%1"};
-    const int choice = in.ConsumeIntegral<uint8_t>();
+    const unsigned choice = in.ConsumeIntegral<uint8_t>();
     if constexpr (std::is_same_v<Value, QJsonObject>) {
         return {{take<QString>(in), take<QString>(in)}};
     } else if constexpr (!std::is_same_v<Value, QString>) {

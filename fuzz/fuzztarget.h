@@ -13,6 +13,7 @@
 /// How many calls of the library there were, told in the end.
 static long calls = 0;
 
+// NOLINTNEXTLINE(misc-definitions-in-headers): one source of a target includes it
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
     static QCoreApplication app(*argc, *argv);
