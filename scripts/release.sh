@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 
 # Releases the last commit: scripts/release.sh [--dry-run]. Fails where the places that name the version differ, runs what
-# every submission has to pass, packages included, and tags. With --dry-run it does all but the tag.
+# every submission has to pass, builds the packages a second time, and tags. With --dry-run it does all but the tag.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 case "${1-}" in
@@ -31,7 +31,7 @@ if [ ${#problems[@]} -gt 0 ]; then
 fi
 
 .ci/run
-cat build/reproducible.sha256
+scripts/check-reproducible.sh
 (cd build/dist && sha256sum "vmdatabase-$version.tar.xz")
 if [ "${1-}" = --dry-run ]; then
     echo "$version can be released: scripts/release.sh tags it."
