@@ -16,13 +16,10 @@
 
 #include <random>
 
-#ifdef NDEBUG
-static constexpr int many = 1000000;
-static constexpr int openTime = 5000; // milliseconds
-#else                                 // not to be waited for
-static constexpr int many = 50000;
-static constexpr int openTime = 60000;
-#endif
+// As many calls as a long day has, within times that a quiet machine keeps: only when asked for.
+static const bool isTimed = qEnvironmentVariableIsSet("VMDATABASE_TEST_TIMES");
+static const int many = isTimed ? 1000000 : 50000;
+static const int openTime = isTimed ? 5000 : 60000; // milliseconds
 
 static const QString desktops = QStringLiteral(FEEDS_DIR "/desktops.jsonl");
 
@@ -454,17 +451,19 @@ void tst_Viewer::aMillionCalls()
     QTRY_VERIFY(window.document().text(window.moment().row()) == u"[\"removeNode\", \"m-202\"]"_s);
 
     ready.clear();
+    connect(&window.document(), &FeedDocument::appended, window.findChild<QToolButton *>(u"cancel"_s),
+            &QToolButton::click); // at the first that arrives
     window.open(path);
-    QTRY_VERIFY(window.document().rowCount() > 0 && window.document().rowCount() < many);
-    window.findChild<QToolButton *>(u"cancel"_s)->click();
-    QCOMPARE(ready.count(), 1);
+    QTRY_COMPARE(ready.count(), 1);
     const int rows = window.document().rowCount();
+    QVERIFY(rows > 0 && rows < many);
     QTest::qWait(200);
     QCOMPARE(window.document().rowCount(), rows);
-#ifdef NDEBUG
-    QVERIFY2(longest <= 500, qPrintable(QString::number(longest)));
-    QVERIFY2(slowest <= 150, qPrintable(QString::number(slowest)));
-#endif
+    if (isTimed) {
+        QVERIFY2(opened <= openTime, qPrintable(QString::number(opened)));
+        QVERIFY2(longest <= 500, qPrintable(QString::number(longest)));
+        QVERIFY2(slowest <= 150, qPrintable(QString::number(slowest)));
+    }
 }
 
 void tst_Viewer::window()
