@@ -353,7 +353,10 @@ void tst_Record::wrongUsage_data()
     QTest::newRow("key") << QStringList{u"--redact"_s, u"NoKey"_s, u"true"_s} << 2;
     QTest::newRow("microseconds") << QStringList{u"--stretch"_s, u"-1"_s, u"true"_s} << 2;
     QTest::newRow("unknown option") << QStringList{u"--unknown"_s, u"true"_s} << 2;
-    QTest::newRow("no such program") << QStringList{u"/no/such/program"_s} << 127;
+    QTest::newRow("no such program") << QStringList{u"-o"_s, u"kept"_s, u"no-such-program"_s} << 127;
+    QTest::newRow("no such path") << QStringList{u"-o"_s, u"kept"_s, u"./no-such-program"_s} << 127;
+    QTest::newRow("a directory") << QStringList{u"-o"_s, u"kept"_s, u"/"_s} << 126;
+    QTest::newRow("the program") << QStringList{u"-o"_s, u"kept"_s, u"./kept"_s} << 2;
     QTest::newRow("no such directory") << QStringList{u"-o"_s, u"/no/such/file"_s, u"true"_s} << 1;
 }
 
@@ -361,12 +364,17 @@ void tst_Record::wrongUsage()
 {
     QFETCH(QStringList, arguments);
     QFETCH(int, status);
+    QFile kept(m_dir.filePath(u"kept"_s));
+    QVERIFY(kept.open(QIODevice::ReadWrite | QIODevice::Truncate) && kept.write("kept") == 4 && kept.flush());
+    QVERIFY(kept.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     QProcess process;
     process.setWorkingDirectory(m_dir.path());
     process.start(QStringLiteral(RECORD_PROGRAM), arguments);
     QVERIFY(process.waitForFinished());
     QCOMPARE(process.exitCode(), status);
     QVERIFY(process.readAllStandardError().startsWith("vmdatabase-record: "));
+    QVERIFY(kept.seek(0));
+    QCOMPARE(kept.readAll(), QByteArray("kept"));
 }
 
 struct PageRow
