@@ -322,7 +322,7 @@ void tst_Record::redacted()
     };
     QCOMPARE(record({}, command).status, 0);
     QVERIFY(contents().contains(",3,\"Office\"") && contents().contains("10.0.0.1"));
-    QCOMPARE(record({u"--redact"_s, u"NameKey,4"_s}, command).status, 0);
+    QCOMPARE(record({u"--redact"_s, u"NameKey"_s, u"--redact"_s, u"4"_s}, command).status, 0);
     QVERIFY(!contents().contains(",3,\"Office\"") && !contents().contains("10.0.0.1"));
     QVERIFY(contents().contains(",3,\"<6 characters>\""));
     QCOMPARE(record({u"--redact"_s, u"NameKey"_s}, command).status, 0);

@@ -168,7 +168,7 @@ int main(int argc, char *argv[])
     if (parser.isSet(maxSize))
         options.maxSize = readSize(parser.value(maxSize));
     if (parser.isSet(redact))
-        options.redact = readKeys(parser.value(redact));
+        options.redact = readKeys(parser.values(redact).join(QLatin1Char(',')));
     if (parser.isSet(stretch)) {
         bool isNumber = false;
         options.stretch = parser.value(stretch).toInt(&isNumber);
