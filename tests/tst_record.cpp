@@ -527,6 +527,8 @@ void tst_Record::contractOfAllPairs()
         }
     }
     QVERIFY2(allowed > 500, qPrintable(QString::number(allowed)));
+    const Touched end = stored.enter({u"clear"_s});
+    QCOMPARE(conflict(end, u"one"_s, stored.deletePool(u"p"_s), u"two"_s), QString());
 }
 
 void tst_Record::conflicts_data()
