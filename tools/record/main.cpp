@@ -153,10 +153,7 @@ int main(int argc, char *argv[])
                                  QStringLiteral("[--] PROGRAM [ARGUMENTS]"));
     if (!parser.parse(QCoreApplication::arguments()))
         fail(parser.errorText(), WrongUsage);
-    if (parser.isSet(QStringLiteral("help")))
-        parser.showHelp();
-    if (parser.isSet(QStringLiteral("version")))
-        parser.showVersion();
+    parser.process(QCoreApplication::arguments()); // help and version
     const QStringList command = parser.positionalArguments();
     if (command.isEmpty())
         fail(QStringLiteral("expected a program to run"), WrongUsage);
