@@ -293,6 +293,9 @@ void tst_Record::limits_data()
                                 << QByteArray("--max-size");
     QTest::newRow("ulimit") << QStringList() << QStringList{u"sh"_s, u"-c"_s, u"ulimit -f 2; "_s + texts}
                             << QByteArray("the limit for the size of files");
+    QTest::newRow("first line") << QStringList{u"-o"_s, u"first"_s}
+                                << QStringList{u"sh"_s, u"-c"_s, u"ulimit -f 0; "_s + texts}
+                                << QByteArray("the limit for the size of files");
     QTest::newRow("full disk") << QStringList{u"-o"_s, u"/dev/full"_s} << texts.split(u' ')
                                << QByteArray("No space left on device");
 }
