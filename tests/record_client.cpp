@@ -165,6 +165,7 @@ static void conflict(const QByteArray &first, const QByteArray &second)
 {
     VmDatabase database;
     database.setNodeValue(text("p"), text("i"), VdiVM::ItemNode, 3, text("x"));
+    database.setPoolNodeValue(text("p"), VdiVM::ServerIpKey, text("10.0.0.1"));
     const auto call = [&database](const QByteArray &name) {
         if (name == "list")
             database.getVmPoolNameList();
@@ -176,6 +177,8 @@ static void conflict(const QByteArray &first, const QByteArray &second)
             database.setPoolNodeValue(text("p"), 3, text("y"));
         else if (name == "removeItem")
             database.removeNode(text("i"));
+        else if (name == "removeServer")
+            database.removeNodesByServerIp(text("10.0.0.1"));
         else if (name == "count")
             database.getItemCount();
         else if (name == "clear")

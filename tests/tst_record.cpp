@@ -293,6 +293,9 @@ void tst_Record::limits_data()
                                 << QByteArray("--max-size");
     QTest::newRow("ulimit") << QStringList() << QStringList{u"sh"_s, u"-c"_s, u"ulimit -f 2; "_s + texts}
                             << QByteArray("the limit for the size of files");
+    QTest::newRow("first line") << QStringList{u"-o"_s, u"first"_s}
+                                << QStringList{u"sh"_s, u"-c"_s, u"ulimit -f 0; "_s + texts}
+                                << QByteArray("the limit for the size of files");
     QTest::newRow("full disk") << QStringList{u"-o"_s, u"/dev/full"_s} << texts.split(u' ')
                                << QByteArray("No space left on device");
 }
@@ -322,7 +325,7 @@ void tst_Record::redacted()
     };
     QCOMPARE(record({}, command).status, 0);
     QVERIFY(contents().contains(",3,\"Office\"") && contents().contains("10.0.0.1"));
-    QCOMPARE(record({u"--redact"_s, u"NameKey,4"_s}, command).status, 0);
+    QCOMPARE(record({u"--redact"_s, u"NameKey"_s, u"--redact"_s, u"4"_s}, command).status, 0);
     QVERIFY(!contents().contains(",3,\"Office\"") && !contents().contains("10.0.0.1"));
     QVERIFY(contents().contains(",3,\"<6 characters>\""));
     QCOMPARE(record({u"--redact"_s, u"NameKey"_s}, command).status, 0);
@@ -333,7 +336,7 @@ void tst_Record::redacted()
 
 void tst_Record::nothingRecorded()
 {
-    const Run run = record({}, {QStringLiteral(RECORD_PROGRAM), u"--help"_s});
+    const Run run = record({}, {QStringLiteral(RECORD_PROGRAM), u"--help-all"_s});
     QCOMPARE(run.status, 0);
     QCOMPARE(run.err,
              QByteArray("vmdatabase-record: nothing recorded: the program does not load libvmdatabase.so; a copy "
@@ -353,7 +356,10 @@ void tst_Record::wrongUsage_data()
     QTest::newRow("key") << QStringList{u"--redact"_s, u"NoKey"_s, u"true"_s} << 2;
     QTest::newRow("microseconds") << QStringList{u"--stretch"_s, u"-1"_s, u"true"_s} << 2;
     QTest::newRow("unknown option") << QStringList{u"--unknown"_s, u"true"_s} << 2;
-    QTest::newRow("no such program") << QStringList{u"/no/such/program"_s} << 127;
+    QTest::newRow("no such program") << QStringList{u"-o"_s, u"kept"_s, u"no-such-program"_s} << 127;
+    QTest::newRow("no such path") << QStringList{u"-o"_s, u"kept"_s, u"./no-such-program"_s} << 127;
+    QTest::newRow("a directory") << QStringList{u"-o"_s, u"kept"_s, u"/"_s} << 126;
+    QTest::newRow("the program") << QStringList{u"-o"_s, u"kept"_s, u"./kept"_s} << 2;
     QTest::newRow("no such directory") << QStringList{u"-o"_s, u"/no/such/file"_s, u"true"_s} << 1;
 }
 
@@ -361,12 +367,17 @@ void tst_Record::wrongUsage()
 {
     QFETCH(QStringList, arguments);
     QFETCH(int, status);
+    QFile kept(m_dir.filePath(u"kept"_s));
+    QVERIFY(kept.open(QIODevice::ReadWrite | QIODevice::Truncate) && kept.write("kept") == 4 && kept.flush());
+    QVERIFY(kept.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     QProcess process;
     process.setWorkingDirectory(m_dir.path());
     process.start(QStringLiteral(RECORD_PROGRAM), arguments);
     QVERIFY(process.waitForFinished());
     QCOMPARE(process.exitCode(), status);
     QVERIFY(process.readAllStandardError().startsWith("vmdatabase-record: "));
+    QVERIFY(kept.seek(0));
+    QCOMPARE(kept.readAll(), QByteArray("kept"));
 }
 
 struct PageRow
@@ -519,6 +530,8 @@ void tst_Record::contractOfAllPairs()
         }
     }
     QVERIFY2(allowed > 500, qPrintable(QString::number(allowed)));
+    const Touched end = stored.enter({u"clear"_s});
+    QCOMPARE(conflict(end, u"one"_s, stored.deletePool(u"p"_s), u"two"_s), QString());
 }
 
 void tst_Record::conflicts_data()
@@ -528,6 +541,8 @@ void tst_Record::conflicts_data()
         "threads: main: getVmPoolNameList  beside  2: setPoolNodeValue(\"new\") which "
         "adds a pool: pools must not be added meanwhile (record_client+0x");
     QTest::newRow("add add") << QByteArray("which adds the pool: it must not be looked up meanwhile (");
+    QTest::newRow("list removeServer") << QByteArray(
+        "2: removeNodesByServerIp(\"<8 characters>\") which removes a pool");
     QTest::newRow("clear apps") << QByteArray(
         "threads: 2: getAppsIdList  beside  main: clearRemoteAppList which removes applications");
     QTest::newRow("read write") << QByteArray();
@@ -544,7 +559,7 @@ void tst_Record::conflicts()
     const QStringList pair = QString::fromLatin1(QTest::currentDataTag()).split(u' ');
     const bool isPair = pair.size() == 2;
     const Run run = client((isPair ? QStringList{u"conflict"_s} : QStringList()) + pair,
-                           {u"--check-threads"_s, u"--stretch"_s, u"100000"_s});
+                           {u"--check-threads"_s, u"--stretch"_s, u"100000"_s, u"--redact"_s, u"ServerIpKey"_s});
     QVERIFY2(run.err.contains(report), run.err.constData());
     QCOMPARE(run.err.count("threads: "), int(!report.isEmpty()));
     QCOMPARE(run.status, int(isPair && !report.isEmpty()));

@@ -126,6 +126,21 @@ static const ContractRow *findRow(const QString &name)
     return byName.value(name);
 }
 
+QString briefCall(const QJsonArray &call)
+{
+    const QString operation = call.at(0).toString();
+    QStringList names;
+    const bool ofItem = operation.endsWith(QLatin1String("PolicyValue")) ||
+                        (operation.endsWith(QLatin1String("NodeValue")) && !operation.contains(QLatin1String("Pool")));
+    const int count = ofItem ? 2 : 1;
+    for (int i = 1; i <= count && i < call.size(); ++i) {
+        if (call.at(i).isString())
+            names << shortJson(call.at(i));
+    }
+    return names.isEmpty() ? operation
+                           : operation + QLatin1Char('(') + names.join(QStringLiteral(", ")) + QLatin1Char(')');
+}
+
 // One call that begins: finds its row, which depends on what is stored, and takes over what the call changes.
 class StoredNames::Call
 {
@@ -461,17 +476,7 @@ Touched StoredNames::Call::enter()
     if (isClosed && m_name != QLatin1String("~VmDatabase"))
         m_touched.touches = 0;
 
-    m_touched.call = m_name;
-    QStringList names;
-    const bool ofItem = m_name.endsWith(QLatin1String("PolicyValue")) ||
-                        (m_name.endsWith(QLatin1String("NodeValue")) && !m_name.contains(QLatin1String("Pool")));
-    const int count = ofItem ? 2 : 1;
-    for (int i = 1; i <= count && i < m_call.size(); ++i) {
-        if (m_call.at(i).isString())
-            names << shortJson(m_call.at(i));
-    }
-    if (!names.isEmpty())
-        m_touched.call += QLatin1Char('(') + names.join(QStringLiteral(", ")) + QLatin1Char(')');
+    m_touched.call = briefCall(m_call);
     return m_touched;
 }
 
@@ -525,7 +530,9 @@ static QString forbidden(const Touched &first, const Touched &second)
          " which takes no lock: SaaS applications must not be used meanwhile"},
     };
     for (const Rule &rule : rules) {
-        if (!(second.touches & rule.second) || (rule.first != ~0U && !(first.touches & rule.first)))
+        // What the event loop deletes, the database has let go of before.
+        const bool isFirst = rule.first == ~0U ? first.touches != DeletesRecord : (first.touches & rule.first) != 0;
+        if (!isFirst || !(second.touches & rule.second))
             continue;
         if (rule.ofSame && !first.its.intersects(second.its))
             continue;

@@ -65,6 +65,9 @@ struct Touched
     QString call;                     ///< For people: setPoolNodeValue("p-1"). Values are left out.
 };
 
+/// A call for people: its operation, and the uuids and such that say what it is about.
+QString briefCall(const QJsonArray &call);
+
 /// Follows the calls on one database to know which of them add something, and what is theirs.
 class StoredNames
 {

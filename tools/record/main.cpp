@@ -75,6 +75,34 @@ static qint64 readSize(QString text)
     return size << (10 * (unit + 1));
 }
 
+// Where execvp() finds the program; empty, with errno, if it cannot be run.
+static QByteArray findProgram(const QByteArray &name)
+{
+    const bool isPath = name.isEmpty() || name.contains('/');
+    const QByteArray path = qEnvironmentVariableIsSet("PATH") ? qgetenv("PATH") : QByteArrayLiteral("/bin:/usr/bin");
+    const QList<QByteArray> dirs = isPath ? QList<QByteArray>{QByteArray()} : path.split(':');
+    int error = ENOENT;
+    for (const QByteArray &dir : dirs) {
+        QByteArray file = dir.isEmpty() ? name : dir + '/' + name;
+        struct stat status = {};
+        const bool exists = stat(file.constData(), &status) == 0;
+        if (exists && S_ISREG(status.st_mode) && eaccess(file.constData(), X_OK) == 0)
+            return file;
+        if (exists || errno == EACCES)
+            error = EACCES;
+        else if (isPath)
+            error = errno;
+    }
+    errno = error;
+    return {};
+}
+
+[[noreturn]] static void failToRun(const char *program, int error)
+{
+    fail(QStringLiteral("%1: %2").arg(QString::fromLocal8Bit(program), qt_error_string(error)),
+         error == ENOENT ? NotFound : NotRun);
+}
+
 // Empties the file, so that an old recording does not stand for a new one; what cannot be written is found out now.
 static void prepareFile(const QByteArray &name)
 {
@@ -125,10 +153,7 @@ int main(int argc, char *argv[])
                                  QStringLiteral("[--] PROGRAM [ARGUMENTS]"));
     if (!parser.parse(QCoreApplication::arguments()))
         fail(parser.errorText(), WrongUsage);
-    if (parser.isSet(QStringLiteral("help")))
-        parser.showHelp();
-    if (parser.isSet(QStringLiteral("version")))
-        parser.showVersion();
+    parser.process(QCoreApplication::arguments()); // help and version
     const QStringList command = parser.positionalArguments();
     if (command.isEmpty())
         fail(QStringLiteral("expected a program to run"), WrongUsage);
@@ -140,7 +165,7 @@ int main(int argc, char *argv[])
     if (parser.isSet(maxSize))
         options.maxSize = readSize(parser.value(maxSize));
     if (parser.isSet(redact))
-        options.redact = readKeys(parser.value(redact));
+        options.redact = readKeys(parser.values(redact).join(QLatin1Char(',')));
     if (parser.isSet(stretch)) {
         bool isNumber = false;
         options.stretch = parser.value(stretch).toInt(&isNumber);
@@ -155,6 +180,13 @@ int main(int argc, char *argv[])
         fail(QStringLiteral("-o %1: standard output is the program's, expected a file").arg(file), WrongUsage);
     options.file = QFile::encodeName(QFileInfo(file).absoluteFilePath());
     const QByteArray library = QFile::encodeName(findLibrary());
+    // The arguments as they came: Qt's way to text and back may change them.
+    char **const program = argv + argc - command.size();
+    const QByteArray path = findProgram(program[0]); // first: the file is left alone if nothing can be recorded
+    if (path.isEmpty())
+        failToRun(program[0], errno);
+    if (QFileInfo(file) == QFileInfo(QFile::decodeName(path)))
+        fail(QStringLiteral("-o %1: is the program").arg(file), WrongUsage);
     prepareFile(options.file);
 
     QByteArray preload = qgetenv("LD_PRELOAD");
@@ -162,11 +194,6 @@ int main(int argc, char *argv[])
     qputenv("LD_PRELOAD", preload);
     qputenv(RecordOptions::variable, options.toJson());
 
-    // The arguments as they came: Qt's way to text and back may change them.
-    char **const program = argv + argc - command.size();
     execvp(program[0], program);
-    const int error = errno;
-    QFile::remove(QFile::decodeName(options.file));
-    fail(QStringLiteral("%1: %2").arg(QString::fromLocal8Bit(program[0]), qt_error_string(error)),
-         error == ENOENT ? NotFound : NotRun);
+    failToRun(program[0], errno);
 }

@@ -263,7 +263,7 @@ RecordedCall::RecordedCall(RecordedThread &thread, void *database, const char *o
     m_line += operation;
     m_line += '"';
     if (m_recorder.options.checkThreads)
-        m_arguments << QLatin1String(operation);
+        m_shownArguments = m_arguments = {QLatin1String(operation)};
 }
 
 QString RecordedCall::redacted(const QString &text) const
@@ -275,7 +275,7 @@ void RecordedCall::begin()
 {
     m_line += ']';
     if (m_recorder.options.checkThreads)
-        m_running = m_recorder.check.enter(m_database, m_thread.name, m_caller, m_arguments);
+        m_running = m_recorder.check.enter(m_database, m_thread.name, m_caller, m_arguments, m_shownArguments);
     const qint64 entered = ++lastEntered;
     m_began = now();
     CallLine::appendPlace(m_place, m_recorder.numberOf(m_thread, m_database), m_thread.name);

@@ -139,7 +139,8 @@ private:
     QByteArray m_line;  // as far as it is known; not touched while the call is in progress
     QByteArray m_place; // which database, thread and time
     QByteArray m_log;
-    QJsonArray m_arguments; // only to check threads
+    QJsonArray m_arguments;      // only to check threads
+    QJsonArray m_shownArguments; // the same, redacted
     std::optional<ThreadCheck::Entry> m_running;
     int m_redaction;
     bool m_redacts = false;
@@ -154,14 +155,18 @@ private:
 template <typename Argument>
 void RecordedCall::addArgument(const Argument &argument)
 {
-    m_line += ',';
-    if constexpr (std::is_same_v<Argument, QString>) {
-        appendJson(m_line, m_redacts ? redacted(argument) : argument);
-    } else {
-        if constexpr (std::is_same_v<Argument, int>)
-            m_redacts = m_redacts || (m_redaction == RedactsKey && m_recorder.options.redact.contains(argument));
-        appendJson(m_line, argument);
-    }
+    if constexpr (std::is_same_v<Argument, int>)
+        m_redacts = m_redacts || (m_redaction == RedactsKey && m_recorder.options.redact.contains(argument));
+    const auto write = [this](const auto &shown) {
+        m_line += ',';
+        appendJson(m_line, shown);
+        if (m_recorder.options.checkThreads)
+            m_shownArguments << QJsonValue(shown);
+    };
+    if constexpr (std::is_same_v<Argument, QString>)
+        write(m_redacts ? redacted(argument) : argument);
+    else
+        write(argument);
     if (m_recorder.options.checkThreads)
         m_arguments << QJsonValue(argument);
 }

@@ -17,6 +17,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <limits>
 
 void complain(const QByteArray &text)
 {
@@ -68,17 +69,22 @@ int RecordFile::openFile(const QByteArray &name, bool isOwn)
         return -1;
     }
     m_name = name;
-    begin(fd, !isMine);
+    if (!begin(fd, !isMine)) {
+        close(fd);
+        errno = EFBIG;
+        return -1;
+    }
     return moveUp(fd);
 }
 
-void RecordFile::begin(int fd, bool isNew)
+// Writes the first line; answers false, and stops, if there is no room for it.
+bool RecordFile::begin(int fd, bool isNew)
 {
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit); // beyond which the kernel sends a signal that ends the client
-    m_limit = m_options.maxSize;
+    m_limit = m_options.maxSize > 0 ? m_options.maxSize : std::numeric_limits<qint64>::max();
     m_limitName = "--max-size";
-    if (limit.rlim_cur != RLIM_INFINITY && (m_limit == 0 || limit.rlim_cur < rlim_t(m_limit))) {
+    if (limit.rlim_cur < rlim_t(m_limit)) {
         m_limit = qint64(limit.rlim_cur);
         m_limitName = "the limit for the size of files";
     }
@@ -105,8 +111,13 @@ void RecordFile::begin(int fd, bool isNew)
         line.about = {{QStringLiteral("case"), QStringLiteral("exec ") + program}};
     }
     const QByteArray text = formatLine(line) + '\n';
+    if (m_size + text.size() > m_limit) {
+        stop(m_name, m_limitName);
+        return false;
+    }
     if (::write(fd, text.constData(), size_t(text.size())) > 0)
         m_size += text.size();
+    return true;
 }
 
 int RecordFile::open()
@@ -142,7 +153,7 @@ void RecordFile::write(const QByteArray &line)
     if (fd == stopped)
         return;
     const qint64 size = m_size.fetch_add(line.size(), std::memory_order_relaxed) + line.size();
-    if (m_limit != 0 && size > m_limit) {
+    if (size > m_limit) {
         stop(m_name, m_limitName);
         return;
     }

@@ -52,7 +52,7 @@ private:
 
     int open();
     int openFile(const QByteArray &name, bool isOwn);
-    void begin(int fd, bool isNew);
+    bool begin(int fd, bool isNew);
     void stop(const QByteArray &name, const QByteArray &why);
 
     const RecordOptions &m_options;

@@ -67,7 +67,7 @@ void ThreadCheck::report(const QStringList &lines)
 }
 
 ThreadCheck::Entry ThreadCheck::enter(const void *database, const QString &thread, const void *caller,
-                                      const QJsonArray &call)
+                                      const QJsonArray &call, const QJsonArray &shown)
 {
     QStringList lines;
     Entry entry;
@@ -77,6 +77,7 @@ ThreadCheck::Entry ThreadCheck::enter(const void *database, const QString &threa
             m_names.remove(database); // another one that was there before
         m_running.push_front({database, thread, caller, m_names[database].enter(call)});
         entry = m_running.begin();
+        entry->touched.call = briefCall(shown);
         lines = compare(*entry);
     }
     report(lines);

@@ -33,8 +33,9 @@ public:
     };
     using Entry = std::list<Running>::iterator;
 
-    /// A call begins; leave() is to be called with what this answers.
-    Entry enter(const void *database, const QString &thread, const void *caller, const QJsonArray &call);
+    /// A call begins; leave() is to be called with what this answers. Reports name the call as \a shown, redacted.
+    Entry enter(const void *database, const QString &thread, const void *caller, const QJsonArray &call,
+                const QJsonArray &shown);
     void leave(Entry running);
 
     /// The event loop of a thread deletes a removed record.
