@@ -319,7 +319,7 @@ void tst_Viewer::marks()
 no JSON
 ["getNothing"]
 ["getItemUuid"]
-{"unfinished":["dealVmPools"],"thread":"main","entered":4}
+{"unfinished":[{"call":["clear"],"thread":"main","entered":4},{"call":["dealVmPools"]}],"signal":"SIGSEGV"}
 {"threads":"main: clear  beside  2: clear"})")));
     const FeedDocument &document = viewer.document;
     QStringList flags;
@@ -328,12 +328,13 @@ no JSON
     QCOMPARE(
         flags.join(u" | "_s),
         u" |  |  | differs from the recording, thread conflict | changes what is shown | decision | differs from the "
-        "recording | critical line | not played | not played | not played |  | thread conflict"_s);
+        "recording | critical line | not played | not played | not played | did not return | thread conflict"_s);
     QVERIFY(document.report(3).contains(u"main: getVmPoolNameList  beside  feeder: setPoolNodeValue(\"q\")"_s));
     QVERIFY(document.report(6).contains(u"answers \"0\", recorded \"1\""_s));
     QVERIFY(document.report(9).contains(u"unknown operation"_s));
+    QCOMPARE(CallsModel::describe(document, 11), u"Did not return: clear(), dealVmPools() (SIGSEGV)"_s);
     QVERIFY(document.hasTimes() && document.hasThreads());
-    QCOMPARE(viewer.problems.rowCount(), 7);
+    QCOMPARE(viewer.problems.rowCount(), 8);
     QCOMPARE(document.find(3, FeedRow::Problem, true), 6);
     QCOMPARE(document.find(6, FeedRow::Problem, false), 3);
     QCOMPARE(document.find(3, FeedRow::Problem, false), -1);

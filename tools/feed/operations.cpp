@@ -303,3 +303,14 @@ QString describeCall(const QJsonArray &call)
     }
     return name + QLatin1Char('(') + arguments.join(QLatin1Char(',')) + QLatin1Char(')');
 }
+
+QString describeUnfinished(const QJsonObject &about)
+{
+    const QJsonArray unfinished = about.value(QLatin1String("unfinished")).toArray();
+    QStringList calls;
+    calls.reserve(unfinished.size());
+    for (const QJsonValue &call : unfinished)
+        calls << describeCall(call[QLatin1String("call")].toArray());
+    const QString signal = about.value(QLatin1String("signal")).toString();
+    return calls.join(QStringLiteral(", ")) + (signal.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(signal));
+}

@@ -135,6 +135,8 @@ public:
         if (!played.outcome.error.isEmpty())
             return; // reported already
         m_calls += int(played.line.kind == FeedLine::Call);
+        if (played.line.kind == FeedLine::Unfinished)
+            printUnfinished(played);
         const QStringList differences = m_check.compare(played.line, played.outcome);
         for (const QString &difference : differences) {
             if (m_json)
@@ -159,6 +161,18 @@ public:
     }
 
 private:
+    // No difference, but why the recording ends here.
+    void printUnfinished(const Played &played) const
+    {
+        const QString calls = describeUnfinished(played.line.about);
+        QJsonObject object = ::toJson(played.place);
+        object[QStringLiteral("unfinished")] = calls;
+        if (m_json)
+            printLine(object);
+        else
+            printLine(played.heading() + QStringLiteral("did not return: ") + calls);
+    }
+
     const bool m_json;
     Check m_check;
     qint64 m_calls = 0;

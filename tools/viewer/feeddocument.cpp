@@ -205,6 +205,10 @@ void Loading::add(const FeedLine &line, qint64 offset)
             row.flags |= FeedRow::Conflict;
             report(conflict);
         }
+        if (line.kind == FeedLine::Unfinished) {
+            row.flags |= FeedRow::Unfinished;
+            report(FeedDocument::tr("Did not return: %1").arg(describeUnfinished(line.about)));
+        }
     }
     m_batch->rows.push_back(std::move(row));
     checkpoint();
