@@ -75,10 +75,25 @@ QString Check::overlap(const FeedLine &line) const
     return {};
 }
 
+void Check::beginFeed()
+{
+    m_complete = false;
+    forgetCalls();
+}
+
+void Check::forgetCalls()
+{
+    m_recent.clear();
+    m_missing.clear();
+    m_highest.reset();
+}
+
 QStringList Check::compare(const FeedLine &recorded, const Outcome &played)
 {
     if (recorded.kind == FeedLine::About)
         m_complete = m_complete || recorded.about.value(QLatin1String("complete")).toBool();
+    if (recorded.kind == FeedLine::Case)
+        forgetCalls(); // those of a program that has replaced itself were another process's
     if (recorded.kind != FeedLine::Call)
         return {};
     if (recorded.entered)

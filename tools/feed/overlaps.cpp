@@ -17,7 +17,7 @@ bool Overlaps::overlap(const Call &earlier, const Call &later)
 QStringList Overlaps::next(const FeedLine &line, qint64 lineNumber)
 {
     if (line.kind == FeedLine::Case)
-        m_databases.clear();
+        beginFeed();
     if (line.kind != FeedLine::Call)
         return {};
 

@@ -130,6 +130,8 @@ public:
         : m_json(json)
     {}
 
+    void beginFeed() override { m_check.beginFeed(); }
+
     void follow(const Played &played) override
     {
         if (!played.outcome.error.isEmpty())
@@ -184,6 +186,8 @@ public:
     explicit LintView(bool json)
         : m_json(json)
     {}
+
+    void beginFeed() override { m_overlaps.beginFeed(); }
 
     void follow(const Played &played) override
     {
