@@ -19,7 +19,7 @@ QString Played::heading() const
 {
     QString text = toText(place) + QStringLiteral(": ");
     if (!caseName.isEmpty())
-        text += caseName + QStringLiteral(": ");
+        text += escapeControls(caseName) + QStringLiteral(": ");
     if (line.database != 1)
         text += QStringLiteral("database %1: ").arg(line.database);
     return text;
