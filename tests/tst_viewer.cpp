@@ -594,8 +594,11 @@ void tst_Viewer::screenshot()
     QCOMPARE(QImage(png).size(), QSize(900, 600));
     QCOMPARE(run(options + QStringList{m_dir.filePath(u"no/such.png"_s), desktops}), 1);
     QCOMPARE(run(options + QStringList{png, m_dir.filePath(u"missing"_s)}), 1);
-    for (const QStringList &wrong : {QStringList{u"--at"_s, u"x"_s, desktops}, QStringList{u"--at"_s, u"3"_s},
-                                     QStringList{desktops, desktops}, QStringList{u"--size"_s, u"9"_s, desktops}})
+    for (const QStringList &wrong :
+         {QStringList{u"--at"_s, u"x"_s, desktops}, QStringList{u"--at"_s, u"3"_s}, QStringList{desktops, desktops},
+          QStringList{u"--size"_s, u"9"_s, desktops}, QStringList{u"--bogus"_s}, QStringList{u"--size"_s, u"9x9x9"_s},
+          QStringList{u"--size"_s, u"9x16385"_s}, QStringList{u"--screenshot"_s},
+          options + QStringList{png, u"--follow"_s, desktops}})
         QCOMPARE(run(wrong), 2);
 }
 
