@@ -401,6 +401,11 @@ void tst_Viewer::badFeeds()
     QCOMPARE(window.findChildren<QTableView *>().size(), 4);
     QCOMPARE(window.document().find(0, FeedRow::Problem, true), 1);
     QCOMPARE(window.document().find(1, FeedRow::Problem, true), 2);
+    ready.clear();
+    window.open(write(u"killed.jsonl"_s, "{\"recorded\":\"today\"}\n{\"call\":[\"cl"));
+    QTRY_COMPARE(ready.count(), 1);
+    QCOMPARE(window.document().find(0, FeedRow::Problem, true), -1);
+    QCOMPARE(CallsModel::describe(window.document(), 1), u"Cut off: {\"call\":[\"cl"_s);
 }
 
 void tst_Viewer::aMillionCalls()

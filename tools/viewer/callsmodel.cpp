@@ -42,7 +42,10 @@ QString CallsModel::describe(const FeedDocument &document, int row)
     if (kind == FeedLine::Invalid || kind == FeedLine::Blank) {
         QString text = document.text(row).left(longest);
         static const QRegularExpression ornament(QStringLiteral("^[-#= ]+|[-#= ]+$"));
-        return kind == FeedLine::Blank ? text.remove(ornament) : text;
+        if (kind == FeedLine::Blank)
+            return text.remove(ornament);
+        const bool isCutOff = !(document.row(row).flags & FeedRow::Bad);
+        return isCutOff ? tr("Cut off: %1").arg(text) : text;
     }
     const FeedLine line = document.line(row);
     switch (kind) {

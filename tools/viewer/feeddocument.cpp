@@ -194,6 +194,8 @@ void Loading::add(const FeedLine &line, qint64 offset)
         play(row, line);
         m_batch->hasTimes = m_batch->hasTimes || line.at;
         m_batch->hasThreads = m_hasThreads;
+    } else if (m_reader.isCutOff()) {
+        report(FeedDocument::tr("The last line is cut off, left out"));
     } else if (line.kind == FeedLine::Invalid) {
         row.flags |= FeedRow::Bad;
         report(line.column > 0 ? QStringLiteral("column %1: %2").arg(line.column).arg(line.error) : line.error);
