@@ -379,6 +379,7 @@ void tst_Viewer::badFeeds()
         failed.clear();
         window.open(path);
         QTRY_COMPARE(failed.count(), 1);
+        QVERIFY(failed[0][0].toString().startsWith(path + u": "_s));
         QTRY_VERIFY(window.findChild<QMessageBox *>());
         delete window.findChild<QMessageBox *>();
         QCOMPARE(window.document().rowCount(), rows); // what was there stays

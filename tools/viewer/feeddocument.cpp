@@ -324,7 +324,7 @@ void FeedDocument::start(const QString &fileName, bool follows)
         if (!isCurrent())
             return;
         stop();
-        Q_EMIT failed(message);
+        Q_EMIT failed(QStringLiteral("%1: %2").arg(fileName, message));
     });
     connect(m_loader, &FeedLoader::replaced, this, [=] {
         if (isCurrent())
