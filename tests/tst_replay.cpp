@@ -6,6 +6,7 @@
 #include "feed/check.h"
 #include "feed/feedreader.h"
 #include "feed/operations.h"
+#include "feed/overlaps.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
@@ -33,6 +34,7 @@ private Q_SLOTS:
     void feeds();
     void everyOperation();
     void alteredFeed();
+    void apart();
     void anyText();
     void roundTrip();
     void reader();
@@ -318,6 +320,29 @@ void tst_Replay::alteredFeed()
         }
     }
     QVERIFY(altered > 50);
+}
+
+/// Neither another feed nor another case is compared with what came before.
+void tst_Replay::apart()
+{
+    const auto called = [](int entered, const char *thread) {
+        return parseLine(
+            QByteArray(R"({"call":["setPoolNodeValue","p",3,""],"answer":1,"at":0.1,"took":5,"thread":")") + thread +
+            R"(","entered":)" + QByteArray::number(entered) + '}');
+    };
+    Check check;
+    Overlaps overlaps;
+    Outcome played;
+    check.compare(parseLine(R"({"complete":true})"), played);
+    check.compare(called(7, "a"), played);
+    QVERIFY(overlaps.next(called(7, "a"), 1).isEmpty());
+    check.compare(parseLine(R"({"case":"exec"})"), played);
+    QVERIFY(check.compare(called(5, "b"), played).constFirst().endsWith(u"recorded 1"_s));
+    check.beginFeed();
+    overlaps.beginFeed();
+    QVERIFY(overlaps.next(called(3, "b"), 1).isEmpty());
+    played.log << u"info: a"_s;
+    QCOMPARE(check.compare(parseLine(R"(["dealVmPools"])"), played), QStringList());
 }
 
 void tst_Replay::anyText()

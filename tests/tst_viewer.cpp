@@ -319,7 +319,7 @@ void tst_Viewer::marks()
 no JSON
 ["getNothing"]
 ["getItemUuid"]
-{"unfinished":["dealVmPools"],"thread":"main","entered":4}
+{"unfinished":[{"call":["clear"],"thread":"main","entered":4},{"call":["dealVmPools"]}],"signal":"SIGSEGV"}
 {"threads":"main: clear  beside  2: clear"})")));
     const FeedDocument &document = viewer.document;
     QStringList flags;
@@ -328,12 +328,13 @@ no JSON
     QCOMPARE(
         flags.join(u" | "_s),
         u" |  |  | differs from the recording, thread conflict | changes what is shown | decision | differs from the "
-        "recording | critical line | not played | not played | not played |  | thread conflict"_s);
+        "recording | critical line | not played | not played | not played | did not return | thread conflict"_s);
     QVERIFY(document.report(3).contains(u"main: getVmPoolNameList  beside  feeder: setPoolNodeValue(\"q\")"_s));
     QVERIFY(document.report(6).contains(u"answers \"0\", recorded \"1\""_s));
     QVERIFY(document.report(9).contains(u"unknown operation"_s));
+    QCOMPARE(CallsModel::describe(document, 11), u"Did not return: clear(), dealVmPools() (SIGSEGV)"_s);
     QVERIFY(document.hasTimes() && document.hasThreads());
-    QCOMPARE(viewer.problems.rowCount(), 7);
+    QCOMPARE(viewer.problems.rowCount(), 8);
     QCOMPARE(document.find(3, FeedRow::Problem, true), 6);
     QCOMPARE(document.find(6, FeedRow::Problem, false), 3);
     QCOMPARE(document.find(3, FeedRow::Problem, false), -1);
@@ -378,6 +379,7 @@ void tst_Viewer::badFeeds()
         failed.clear();
         window.open(path);
         QTRY_COMPARE(failed.count(), 1);
+        QVERIFY(failed[0][0].toString().startsWith(path + u": "_s));
         QTRY_VERIFY(window.findChild<QMessageBox *>());
         delete window.findChild<QMessageBox *>();
         QCOMPARE(window.document().rowCount(), rows); // what was there stays
@@ -400,6 +402,11 @@ void tst_Viewer::badFeeds()
     QCOMPARE(window.findChildren<QTableView *>().size(), 4);
     QCOMPARE(window.document().find(0, FeedRow::Problem, true), 1);
     QCOMPARE(window.document().find(1, FeedRow::Problem, true), 2);
+    ready.clear();
+    window.open(write(u"killed.jsonl"_s, "{\"recorded\":\"today\"}\n{\"call\":[\"cl"));
+    QTRY_COMPARE(ready.count(), 1);
+    QCOMPARE(window.document().find(0, FeedRow::Problem, true), -1);
+    QCOMPARE(CallsModel::describe(window.document(), 1), u"Cut off: {\"call\":[\"cl"_s);
 }
 
 void tst_Viewer::aMillionCalls()
@@ -497,7 +504,7 @@ void tst_Viewer::window()
     QCOMPARE(line(), turned);
     auto *why = window.findChild<QTextBrowser *>();
     QTRY_VERIFY(why->toPlainText().contains(u"desktops.jsonl:%1"_s.arg(turned)));
-    QVERIFY(why->toPlainText().contains(u"Design B"_s));
+    QVERIFY(why->toPlainText().contains(u"keyUuid:  \"p-1"_s)); // two spaces, as it was logged
     Q_EMIT why->anchorClicked(QUrl(u"line:11"_s));
     QCOMPARE(line(), 11);
 
@@ -593,8 +600,11 @@ void tst_Viewer::screenshot()
     QCOMPARE(QImage(png).size(), QSize(900, 600));
     QCOMPARE(run(options + QStringList{m_dir.filePath(u"no/such.png"_s), desktops}), 1);
     QCOMPARE(run(options + QStringList{png, m_dir.filePath(u"missing"_s)}), 1);
-    for (const QStringList &wrong : {QStringList{u"--at"_s, u"x"_s, desktops}, QStringList{u"--at"_s, u"3"_s},
-                                     QStringList{desktops, desktops}, QStringList{u"--size"_s, u"9"_s, desktops}})
+    for (const QStringList &wrong :
+         {QStringList{u"--at"_s, u"x"_s, desktops}, QStringList{u"--at"_s, u"3"_s}, QStringList{desktops, desktops},
+          QStringList{u"--size"_s, u"9"_s, desktops}, QStringList{u"--bogus"_s}, QStringList{u"--size"_s, u"9x9x9"_s},
+          QStringList{u"--size"_s, u"9x16385"_s}, QStringList{u"--screenshot"_s},
+          options + QStringList{png, u"--follow"_s, desktops}})
         QCOMPARE(run(wrong), 2);
 }
 

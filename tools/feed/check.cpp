@@ -16,7 +16,7 @@ static QString withoutSourceLine(const QString &line)
 
 static QString lineOf(const QStringList &lines, int index)
 {
-    return index < lines.size() ? lines.at(index) : QStringLiteral("nothing more");
+    return index < lines.size() ? escapeControls(lines.at(index)) : QStringLiteral("nothing more");
 }
 
 static void compareLines(const char *what, const QStringList &played, const QStringList &recorded, QStringList &found)
@@ -65,8 +65,9 @@ QString Check::overlap(const FeedLine &line) const
     for (auto other = m_recent.crbegin(); other != m_recent.crend(); ++other) {
         if (other->database == line.database && changesAnswers(other->call) && overlaps(*other))
             return QStringLiteral("; %1%2 ran at the same time, so their order is not certain")
-                .arg(describeCall(other->call),
-                     other->thread.isEmpty() ? QString() : QStringLiteral(" of thread ") + other->thread);
+                .arg(describeCall(other->call), other->thread.isEmpty()
+                                                    ? QString()
+                                                    : QStringLiteral(" of thread ") + escapeControls(other->thread));
     }
     if (!m_missing.empty() && *m_missing.begin() < *line.entered)
         return QStringLiteral(
@@ -75,10 +76,25 @@ QString Check::overlap(const FeedLine &line) const
     return {};
 }
 
+void Check::beginFeed()
+{
+    m_complete = false;
+    forgetCalls();
+}
+
+void Check::forgetCalls()
+{
+    m_recent.clear();
+    m_missing.clear();
+    m_highest.reset();
+}
+
 QStringList Check::compare(const FeedLine &recorded, const Outcome &played)
 {
     if (recorded.kind == FeedLine::About)
         m_complete = m_complete || recorded.about.value(QLatin1String("complete")).toBool();
+    if (recorded.kind == FeedLine::Case)
+        forgetCalls(); // those of a program that has replaced itself were another process's
     if (recorded.kind != FeedLine::Call)
         return {};
     if (recorded.entered)

@@ -19,12 +19,16 @@ public:
     /// ended, which need not be the order in which they came to the store.
     QStringList compare(const FeedLine &recorded, const Outcome &played);
 
+    /// The next line is the first one of another feed: nothing that was recorded before says anything of it.
+    void beginFeed();
+
     int compared() const { return m_compared; }
     int different() const { return m_different; }
 
 private:
     void follow(const FeedLine &line);
     QString overlap(const FeedLine &line) const;
+    void forgetCalls();
 
     struct Call
     {

@@ -32,6 +32,12 @@ static bool isPlain(const QString &text)
                        [](QChar c) { return c >= u' ' && c <= u'~' && c != u'"' && c != u'\\'; });
 }
 
+static bool isControl(QChar c)
+{
+    return c < u' ' || (c >= u'\x7f' && c <= u'\x9f') || c == u'\u061c' || c == u'\u200e' || c == u'\u200f' ||
+           (c >= u'\u202a' && c <= u'\u202e') || (c >= u'\u2066' && c <= u'\u2069');
+}
+
 static void appendEscape(QByteArray &json, QChar c)
 {
     static const char digits[] = "0123456789abcdef";
@@ -62,7 +68,7 @@ void appendJson(QByteArray &json, const QString &text)
                 json += c.toLatin1();
             } else if (c.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
                 json += text.midRef(i++, 2).toUtf8();
-            } else if (c.isSurrogate() || c < u' ') {
+            } else if (c.isSurrogate() || isControl(c)) {
                 appendEscape(json, c);
             } else {
                 json += text.midRef(i, 1).toUtf8();
@@ -96,11 +102,25 @@ void appendJson(QByteArray &json, const QJsonValue &value)
     json.append(document.constData() + 1, document.size() - 2);
 }
 
+QString escapeControls(const QString &text)
+{
+    if (std::none_of(text.cbegin(), text.cend(), isControl)) // nearly always
+        return text;
+    QString escaped;
+    for (const QChar c : text) {
+        if (isControl(c))
+            escaped += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+        else
+            escaped += c;
+    }
+    return escaped;
+}
+
 QString compactJson(const QJsonValue &value)
 {
     QByteArray json;
     appendJson(json, value);
-    return QString::fromUtf8(json);
+    return escapeControls(QString::fromUtf8(json)); // they stand within texts only
 }
 
 QString shortJson(const QJsonValue &value)

@@ -35,7 +35,11 @@ inline void appendJson(QByteArray &json, int number)
     appendJson(json, qint64(number));
 }
 
-/// \a value as compact JSON, for people and programs.
+/// \a text with what a terminal or window obeys rather than shows as \\uXXXX: control characters, also the bidirectional
+/// ones.
+QString escapeControls(const QString &text);
+
+/// \a value as compact JSON, for people and programs. Its controls are escaped.
 QString compactJson(const QJsonValue &value);
 
 /// The same, cut where it is longer than a person reads.

@@ -287,7 +287,7 @@ static QString describeNumber(const QJsonValue &value, NamedNumbers kind)
 
 QString describeCall(const QJsonArray &call)
 {
-    const QString name = call.at(0).toString();
+    const QString name = escapeControls(call.at(0).toString());
     const Operation *operation = findOperation(name);
     const NamedNumbers keys = operation ? operation->keys : NamedNumbers::None;
     QStringList arguments;
@@ -302,4 +302,16 @@ QString describeCall(const QJsonArray &call)
             arguments << shortJson(call.at(i));
     }
     return name + QLatin1Char('(') + arguments.join(QLatin1Char(',')) + QLatin1Char(')');
+}
+
+QString describeUnfinished(const QJsonObject &about)
+{
+    const QJsonArray unfinished = about.value(QLatin1String("unfinished")).toArray();
+    QStringList calls;
+    calls.reserve(unfinished.size());
+    for (const QJsonValue &call : unfinished)
+        calls << describeCall(call[QLatin1String("call")].toArray());
+    const QString signal = about.value(QLatin1String("signal")).toString();
+    return calls.join(QStringLiteral(", ")) +
+           (signal.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(escapeControls(signal)));
 }

@@ -46,3 +46,6 @@ QString similarOperation(const QString &name);
 
 /// \a call as a person reads it: getPoolNodeValue("p-10",HiddenKey). Long texts are shortened.
 QString describeCall(const QJsonArray &call);
+
+/// The calls of a line about unfinished ones, and the signal that ended the program: dealVmPools() (SIGSEGV).
+QString describeUnfinished(const QJsonObject &about);

@@ -3,6 +3,8 @@
 
 #include "overlaps.h"
 
+#include "json.h"
+
 static constexpr size_t mostCalls = 1000;
 
 bool Overlaps::overlap(const Call &earlier, const Call &later)
@@ -17,7 +19,7 @@ bool Overlaps::overlap(const Call &earlier, const Call &later)
 QStringList Overlaps::next(const FeedLine &line, qint64 lineNumber)
 {
     if (line.kind == FeedLine::Case)
-        m_databases.clear();
+        beginFeed();
     if (line.kind != FeedLine::Call)
         return {};
 
@@ -27,7 +29,7 @@ QStringList Overlaps::next(const FeedLine &line, qint64 lineNumber)
     call.entered = line.entered.value_or(-1);
     call.begin = line.at && line.took ? *line.at * 1e6 : -1;
     call.end = call.begin + line.took.value_or(0) - 0.05; // as precise as they are written
-    call.thread = line.thread;
+    call.thread = escapeControls(line.thread);
     call.touched = database.names.enter(line.call);
     QStringList found;
     int apart = 0; // calls in a row that did not overlap; lines stand nearly in the order of the ends

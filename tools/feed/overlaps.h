@@ -18,6 +18,9 @@ public:
     /// What is wrong with the next line, which has this number: "main: getVmPoolNameList  beside  feeder: ... (line 7)".
     QStringList next(const FeedLine &line, qint64 lineNumber);
 
+    /// The next line is the first one of another feed, whose calls overlap with none before.
+    void beginFeed() { m_databases.clear(); }
+
 private:
     struct Call
     {

@@ -53,6 +53,8 @@ void Replay::playFile(const QString &name, qint64 until, const volatile int &isI
     m_file = name;
     m_line = 0;
     m_case.clear();
+    for (const auto &view : m_views)
+        view->beginFeed();
     InputFile file(name);
     FeedReader reader(file);
     FeedLine line;

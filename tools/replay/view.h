@@ -23,6 +23,9 @@ public:
     View() = default;
     virtual ~View() = default;
 
+    /// The next line is the first one of a feed.
+    virtual void beginFeed() {}
+
     virtual void follow(const Played &played) = 0;
 
     /// The feeds have ended, or playing was stopped. Returns whether all was good.

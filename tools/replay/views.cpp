@@ -19,7 +19,7 @@ QString Played::heading() const
 {
     QString text = toText(place) + QStringLiteral(": ");
     if (!caseName.isEmpty())
-        text += caseName + QStringLiteral(": ");
+        text += escapeControls(caseName) + QStringLiteral(": ");
     if (line.database != 1)
         text += QStringLiteral("database %1: ").arg(line.database);
     return text;
@@ -130,11 +130,15 @@ public:
         : m_json(json)
     {}
 
+    void beginFeed() override { m_check.beginFeed(); }
+
     void follow(const Played &played) override
     {
         if (!played.outcome.error.isEmpty())
             return; // reported already
         m_calls += int(played.line.kind == FeedLine::Call);
+        if (played.line.kind == FeedLine::Unfinished)
+            printUnfinished(played);
         const QStringList differences = m_check.compare(played.line, played.outcome);
         for (const QString &difference : differences) {
             if (m_json)
@@ -159,6 +163,18 @@ public:
     }
 
 private:
+    // No difference, but why the recording ends here.
+    void printUnfinished(const Played &played) const
+    {
+        const QString calls = describeUnfinished(played.line.about);
+        QJsonObject object = ::toJson(played.place);
+        object[QStringLiteral("unfinished")] = calls;
+        if (m_json)
+            printLine(object);
+        else
+            printLine(played.heading() + QStringLiteral("did not return: ") + calls);
+    }
+
     const bool m_json;
     Check m_check;
     qint64 m_calls = 0;
@@ -170,6 +186,8 @@ public:
     explicit LintView(bool json)
         : m_json(json)
     {}
+
+    void beginFeed() override { m_overlaps.beginFeed(); }
 
     void follow(const Played &played) override
     {

@@ -42,7 +42,10 @@ QString CallsModel::describe(const FeedDocument &document, int row)
     if (kind == FeedLine::Invalid || kind == FeedLine::Blank) {
         QString text = document.text(row).left(longest);
         static const QRegularExpression ornament(QStringLiteral("^[-#= ]+|[-#= ]+$"));
-        return kind == FeedLine::Blank ? text.remove(ornament) : text;
+        if (kind == FeedLine::Blank)
+            return text.remove(ornament);
+        const bool isCutOff = !(document.row(row).flags & FeedRow::Bad);
+        return isCutOff ? tr("Cut off: %1").arg(text) : text;
     }
     const FeedLine line = document.line(row);
     switch (kind) {
@@ -51,7 +54,7 @@ QString CallsModel::describe(const FeedDocument &document, int row)
     case FeedLine::Case:
         return tr("Case %1: empty databases").arg(line.about.value(QLatin1String("case")).toString());
     case FeedLine::Unfinished:
-        return tr("Did not return: %1").arg(describeCall(line.about.value(QLatin1String("unfinished")).toArray()));
+        return document.report(row);
     default: {
         const QString conflict = line.about.value(QLatin1String("threads")).toString();
         return conflict.isEmpty() ? compactJson(line.about).left(longest) : conflict;
@@ -68,6 +71,8 @@ QString CallsModel::marks(const FeedRow &row)
         marks << tr("differs from the recording");
     if (row.flags & FeedRow::Conflict)
         marks << tr("thread conflict");
+    if (row.flags & FeedRow::Unfinished)
+        marks << tr("did not return");
     if (row.flags & FeedRow::Critical)
         marks << tr("critical line");
     if (row.flags & FeedRow::ChangesShown)
@@ -115,6 +120,7 @@ QVariant CallsModel::data(const QModelIndex &index, int role) const
         QStringList texts{index.column() == AnswerColumn ? row.answer : describe(m_document, index.row())};
         texts << marks(row) << m_document.report(index.row());
         texts.removeAll(QString());
+        texts.removeDuplicates();
         return texts.join(QLatin1Char('\n'));
     }
     case Qt::AccessibleTextRole:

@@ -21,7 +21,7 @@ struct Measures
         , line(metrics.height() + metrics.height() / 4)
         , margin(metrics.height() * 2 / 3)
         , stack(metrics.height() * 2 / 5)
-        , least(metrics.averageCharWidth() * 30)
+        , least(metrics.averageCharWidth() * 34)
     {}
 
     // Cards share the width of a row.
@@ -32,7 +32,7 @@ struct Measures
             return least;
         const int gap = 2 * view->spacing();
         const int room = view->viewport()->width() - gap;
-        const int columns = std::max(1, room / (least + gap));
+        const int columns = std::max(1, std::min(room / (least + gap), view->model()->rowCount()));
         return std::min(room / columns - gap, 2 * least);
     }
 

@@ -194,6 +194,8 @@ void Loading::add(const FeedLine &line, qint64 offset)
         play(row, line);
         m_batch->hasTimes = m_batch->hasTimes || line.at;
         m_batch->hasThreads = m_hasThreads;
+    } else if (m_reader.isCutOff()) {
+        report(FeedDocument::tr("The last line is cut off, left out"));
     } else if (line.kind == FeedLine::Invalid) {
         row.flags |= FeedRow::Bad;
         report(line.column > 0 ? QStringLiteral("column %1: %2").arg(line.column).arg(line.error) : line.error);
@@ -204,6 +206,10 @@ void Loading::add(const FeedLine &line, qint64 offset)
         if (!conflict.isEmpty()) {
             row.flags |= FeedRow::Conflict;
             report(conflict);
+        }
+        if (line.kind == FeedLine::Unfinished) {
+            row.flags |= FeedRow::Unfinished;
+            report(FeedDocument::tr("Did not return: %1").arg(describeUnfinished(line.about)));
         }
     }
     m_batch->rows.push_back(std::move(row));
@@ -318,7 +324,7 @@ void FeedDocument::start(const QString &fileName, bool follows)
         if (!isCurrent())
             return;
         stop();
-        Q_EMIT failed(message);
+        Q_EMIT failed(QStringLiteral("%1: %2").arg(fileName, message));
     });
     connect(m_loader, &FeedLoader::replaced, this, [=] {
         if (isCurrent())

@@ -33,7 +33,8 @@ struct FeedRow
         Destroys = 128,     ///< Has destroyed it.
         DecidesAll = 256,   ///< Has decided upon every pool.
         WritesHidden = 512, ///< Has written what a decision writes.
-        Problem = Critical | Different | Bad | Conflict
+        Unfinished = 1024,  ///< Calls that had not returned when the program was ended.
+        Problem = Critical | Different | Bad | Conflict | Unfinished
     };
     qint64 offset = 0; ///< In the file.
     int size = 0;

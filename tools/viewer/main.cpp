@@ -34,8 +34,17 @@ static QPalette darkPalette()
 
 static int usageError(const QString &message)
 {
-    QTextStream(stderr) << "vmdatabase-viewer: " << message << "; try --help\n";
+    QTextStream(stderr) << "vmdatabase-viewer: " << message << "\nTry 'vmdatabase-viewer --help'.\n";
     return 2;
+}
+
+// "1560x960", as far as a picture can be; empty if it is something else.
+static QSize readSize(const QString &text)
+{
+    constexpr int longest = 16384;
+    const QStringList sides = text.split(QLatin1Char('x'));
+    const QSize size(sides.value(0).toInt(), sides.value(1).toInt());
+    return sides.size() == 2 && size.boundedTo({longest, longest}) == size ? size : QSize();
 }
 
 int main(int argc, char *argv[])
@@ -74,6 +83,8 @@ int main(int argc, char *argv[])
     dark.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOptions({at, pool, follow, screenshot, size, dark});
     parser.addPositionalArgument(QStringLiteral("file"), tr("The feed."), QStringLiteral("[FILE]"));
+    if (!parser.parse(QCoreApplication::arguments())) // process() would exit with 1
+        return usageError(parser.errorText());
     parser.process(app);
 
     bool good = true;
@@ -85,10 +96,11 @@ int main(int argc, char *argv[])
         return usageError(tr("one feed at a time"));
     if (files.isEmpty() && (parser.isSet(screenshot) || parser.isSet(at) || parser.isSet(pool) || parser.isSet(follow)))
         return usageError(tr("a feed is missing"));
-    const QStringList sides = parser.value(size).split(QLatin1Char('x'));
-    const QSize windowSize(sides.value(0).toInt(), sides.value(1).toInt());
-    if (parser.isSet(size) && (windowSize.width() < 1 || windowSize.height() < 1))
-        return usageError(tr("--size takes a size like 1560x960"));
+    if (parser.isSet(follow) && parser.isSet(screenshot))
+        return usageError(tr("--follow does not end, so --screenshot cannot be taken then"));
+    const QSize windowSize = readSize(parser.value(size));
+    if (parser.isSet(size) && windowSize.isEmpty())
+        return usageError(tr("--size takes a size like 1560x960, up to 16384x16384"));
     if (parser.isSet(dark)) {
         QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
         QApplication::setPalette(darkPalette());
@@ -100,7 +112,7 @@ int main(int argc, char *argv[])
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, noSettings.path());
 
     MainWindow window;
-    if (windowSize.isValid() && !windowSize.isEmpty())
+    if (!windowSize.isEmpty())
         window.resize(windowSize);
     if (!parser.isSet(screenshot)) {
         window.show();

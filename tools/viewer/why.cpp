@@ -206,8 +206,9 @@ static QString caseHtml(const QJsonObject &entry, const QString &pool)
         html += rowHtml(Why::tr("Written"), placeHtml(written));
     const QJsonArray log = written.value(QLatin1String("log")).toArray();
     for (int i = 0; i < log.size(); ++i)
-        html += rowHtml(i == 0 ? Why::tr("Log") : QString(),
-                        QStringLiteral("<tt>%1</tt>").arg(log.at(i).toString().toHtmlEscaped()));
+        html += rowHtml(
+            i == 0 ? Why::tr("Log") : QString(),
+            QStringLiteral("<tt style='white-space: pre-wrap'>%1</tt>").arg(log.at(i).toString().toHtmlEscaped()));
     const QJsonArray since = entry.value(QLatin1String("since")).toArray();
     for (int i = 0; i < since.size(); ++i)
         html += rowHtml(i == 0 ? Why::tr("Since then") : QString(), placeHtml(since.at(i).toObject()));
