@@ -706,7 +706,8 @@ void MainWindow::showDetails()
     const QString report = m_document.report(row);
     const QStringList problems = report.isEmpty() ? QStringList() : report.split(QLatin1Char('\n'));
     for (const QString &text : problems)
-        add(tr("Problem"), text, problem);
+        add(line.flags & FeedRow::Problem ? tr("Problem") : tr("Warning"), text,
+            line.flags & FeedRow::Problem ? QVariant(problem) : QVariant());
     for (int i = 0; i < m_shownChanges.size(); ++i) {
         add(tr("Changed"), describeChange(m_shownChanges.at(i)), Look::accent(palette(), Look::Changed));
         if (QStandardItem *item = m_details.item(m_details.rowCount() - 1))
