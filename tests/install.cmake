@@ -22,9 +22,9 @@ function(expect_desktop)
 endfunction()
 
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
-set(ENV{ASAN_OPTIONS} detect_leaks=0) # the library's meant leaks
+set(ENV{ASAN_OPTIONS} detect_leaks=0) # what the library leaves for compatibility
 set(ENV{LD_LIBRARY_PATH} ${prefix}/${LIBDIR})
-foreach(file libvmdatabase.so libvmdatabase.so.1 libvmdatabase.so.1.0.0)
+foreach(file libvmdatabase.so libvmdatabase.so.${SOVERSION} libvmdatabase.so.${VERSION})
     if(NOT EXISTS ${prefix}/${LIBDIR}/${file})
         message(FATAL_ERROR "${file} is not installed")
     endif()

@@ -87,7 +87,7 @@ inline void runDeferredDeletions()
     QCoreApplication::sendPostedEvents();
 }
 
-/// Catches log lines while it lives: "I: text" or "C: text", with the context if it is not the settled one. The line
+/// Catches log lines while it lives: "I: text" or "C: text", with the context if it is not the expected one. The line
 /// number of an error location, which any edit changes, reads N.
 class LogCapture
 {
@@ -113,7 +113,7 @@ private:
         QMutexLocker locker(&mutex);
         QString line = type == QtInfoMsg ? u"I: "_s : type == QtCriticalMsg ? u"C: "_s : u"other: "_s;
         if (qstrcmp(context.category, "default") != 0 || context.file || context.function || context.line)
-            line += u"unsettled context: "_s;
+            line += u"unexpected context: "_s;
         static const QRegularExpression number(u"(error occur in: .*) -- [1-9][0-9]*$"_s);
         lines << line + QString(text).replace(number, u"\\1 -- N"_s);
     }

@@ -52,6 +52,6 @@ private:
     QReadWriteLock valueLock;    // guards values and valueCache, and only these
     QMap<int, QString> keyNames; // never changes; all nodes share one map
 
-    // An index, after the settled members. Without it the read of an item takes a third longer.
+    // An index, last so that the members before it keep their places. Without it the read of an item takes a third longer.
     VmValueCache valueCache;
 };

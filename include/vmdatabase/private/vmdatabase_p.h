@@ -144,7 +144,7 @@ private:
     QReadWriteLock saasAppLock; // guards saasApps, and only saasApps
     QMap<QString, QSharedPointer<RemoteApp>> saasApps;
 
-    // Indexes, after the settled members. Without them the read of a pool or an application takes twice as long.
+    // Indexes, last so that the members before them keep their places. Without them the read of a pool or an application takes twice as long.
     VmUuidIndex<VmPoolNode> poolIndex;
     VmUuidIndex<RemoteApp> remoteAppIndex;
 };
