@@ -34,6 +34,6 @@ done
 scripts/install-packages.sh doxygen
 rm -rf build/docs
 mkdir -p build
-version=$(sed -n 's/^project(VmDatabase VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+version=$(scripts/version.sh)
 VMDATABASE_VERSION=$version VMDATABASE_DOCS=build/docs doxygen docs/Doxyfile
 echo "Documentation: build/docs/html/index.html"

@@ -11,7 +11,7 @@ scripts/install-packages.sh build-essential cmake debhelper doxygen dpkg-dev git
 
 version=$(dpkg-parsechangelog --show-field Version)
 upstream=${version%-*}
-if ! grep -qF "project(VmDatabase VERSION $upstream " CMakeLists.txt; then
+if [ "$(scripts/version.sh)" != "$upstream" ]; then
     echo "debian/changelog is about $upstream, CMakeLists.txt about another version." >&2
     exit 1
 fi

@@ -15,7 +15,7 @@ case "${1-}" in
 esac
 scripts/install-packages.sh dpkg-dev git
 
-version=$(sed -n 's/^project(VmDatabase VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+version=$(scripts/version.sh)
 problems=()
 [ -z "$(git status --porcelain)" ] || problems+=("There are changes that are not committed.")
 [ -z "$(git tag --list "v$version")" ] || problems+=("v$version is released: raise the version in CMakeLists.txt.")

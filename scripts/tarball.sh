@@ -8,7 +8,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh git xz-utils
 
-version=$(sed -n 's/^project(VmDatabase VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+version=$(scripts/version.sh)
 tree=$(git -c user.name=nobody -c user.email=nobody@example.org stash create)
 mkdir -p build/dist
 git archive --prefix="vmdatabase-$version/" "${tree:-HEAD}" -- . ':(exclude)debian' | xz -9 >"build/dist/vmdatabase-$version.tar.xz"
