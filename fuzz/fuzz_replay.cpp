@@ -4,10 +4,10 @@
 // Plays an input as a feed, line by line, writes what came of each call and compares it with itself, and draws what is
 // stored in the end.
 
-#include "feed/check.h"
+#include "analysis/check.h"
 #include "feed/feedreader.h"
-#include "feed/tree.h"
 #include "fuzztarget.h"
+#include "text/tree.h"
 
 #include <QtCore/QBuffer>
 

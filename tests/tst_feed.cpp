@@ -3,15 +3,15 @@
 
 #include "testsupport.h"
 
-#include "feed/describe.h"
-#include "feed/dump.h"
-#include "feed/explain.h"
+#include "analysis/explain.h"
+#include "analysis/history.h"
+#include "analysis/lint.h"
 #include "feed/feedreader.h"
-#include "feed/history.h"
 #include "feed/json.h"
-#include "feed/lint.h"
-#include "feed/operations.h"
-#include "feed/tree.h"
+#include "operations/operations.h"
+#include "text/describe.h"
+#include "text/dump.h"
+#include "text/tree.h"
 
 #include <QtCore/QBuffer>
 

@@ -3,12 +3,12 @@
 
 #include "testsupport.h"
 
-#include "feed/check.h"
-#include "feed/contract.h"
+#include "analysis/check.h"
 #include "feed/feedreader.h"
 #include "feed/json.h"
-#include "feed/operations.h"
-#include "feed/overlaps.h"
+#include "operations/operations.h"
+#include "threads/contract.h"
+#include "threads/overlaps.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>

@@ -3,10 +3,10 @@
 
 #include "testsupport.h"
 
-#include "feed/check.h"
+#include "analysis/check.h"
 #include "feed/feedreader.h"
-#include "feed/operations.h"
-#include "feed/overlaps.h"
+#include "operations/operations.h"
+#include "threads/overlaps.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>

@@ -3,10 +3,10 @@
 
 #include "testsupport.h"
 
-#include "feed/describe.h"
-#include "feed/dump.h"
+#include "analysis/history.h"
 #include "feed/feedreader.h"
-#include "feed/history.h"
+#include "text/describe.h"
+#include "text/dump.h"
 #include "viewer/mainwindow.h"
 #include "viewer/timeline.h"
 

@@ -3,7 +3,7 @@
 
 // Runs a program in its own place, with a library before it that writes down what it does with its databases.
 
-#include "feed/keynames.h"
+#include "operations/keynames.h"
 #include "options.h"
 
 #include <QtCore/QCommandLineParser>

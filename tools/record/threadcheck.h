@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "feed/contract.h"
+#include "threads/contract.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QSet>

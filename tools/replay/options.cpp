@@ -3,7 +3,7 @@
 
 #include "options.h"
 
-#include "feed/operations.h"
+#include "operations/operations.h"
 #include "screen.h"
 
 #include <QtCore/QCommandLineParser>

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "feed/playedcall.h"
+#include "store/playedcall.h"
 
 /// One line of a feed, what came of it, and the case that it belongs to.
 struct Played : PlayedCall

@@ -3,17 +3,17 @@
 
 #include "views.h"
 
-#include "feed/check.h"
-#include "feed/describe.h"
-#include "feed/dump.h"
-#include "feed/explain.h"
-#include "feed/history.h"
+#include "analysis/check.h"
+#include "analysis/explain.h"
+#include "analysis/history.h"
+#include "analysis/lint.h"
 #include "feed/json.h"
-#include "feed/lint.h"
-#include "feed/operations.h"
-#include "feed/overlaps.h"
-#include "feed/tree.h"
+#include "operations/operations.h"
 #include "output.h"
+#include "text/describe.h"
+#include "text/dump.h"
+#include "text/tree.h"
+#include "threads/overlaps.h"
 
 QString Played::heading() const
 {

@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "feed/ranking.h"
-#include "feed/storecopy.h"
+#include "analysis/ranking.h"
+#include "store/storecopy.h"
 
 #include <QtCore/QAbstractListModel>
 #include <QtCore/QHash>

@@ -3,12 +3,12 @@
 
 #include "feeddocument.h"
 
-#include "feed/check.h"
-#include "feed/feedplayer.h"
+#include "analysis/check.h"
 #include "feed/feedreader.h"
 #include "feed/json.h"
-#include "feed/operations.h"
-#include "feed/overlaps.h"
+#include "operations/operations.h"
+#include "store/feedplayer.h"
+#include "threads/overlaps.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QSet>

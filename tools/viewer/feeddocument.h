@@ -4,7 +4,7 @@
 #pragma once
 
 #include "feed/feedline.h"
-#include "feed/storecopy.h"
+#include "store/storecopy.h"
 
 #include <QtCore/QCache>
 #include <QtCore/QFile>

@@ -7,7 +7,7 @@
 #include "look.h"
 #include "timeline.h"
 
-#include "feed/describe.h"
+#include "text/describe.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QMimeData>

@@ -6,7 +6,7 @@
 #include "look.h"
 
 #include "feed/json.h"
-#include "feed/keynames.h"
+#include "operations/keynames.h"
 
 #include <vmdatabase/vdivm.h>
 

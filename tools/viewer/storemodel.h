@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "feed/storecopy.h"
+#include "store/storecopy.h"
 
 #include <QtCore/QAbstractItemModel>
 #include <QtCore/QHash>

@@ -7,9 +7,9 @@
 #include "feeddocument.h"
 #include "look.h"
 
-#include "feed/describe.h"
 #include "feed/json.h"
-#include "feed/operations.h"
+#include "operations/operations.h"
+#include "text/describe.h"
 
 #include <vmdatabase/vdivm.h>
 

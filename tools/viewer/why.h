@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "feed/explain.h"
-#include "feed/storecopy.h"
+#include "analysis/explain.h"
+#include "store/storecopy.h"
 
 #include <QtCore/QAbstractTableModel>
 #include <QtCore/QVector>

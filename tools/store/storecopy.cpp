@@ -3,8 +3,8 @@
 
 #include "storecopy.h"
 
-#include "json.h"
-#include "keynames.h"
+#include "feed/json.h"
+#include "operations/keynames.h"
 
 #include <vmdatabase/vmdatabase.h>
 

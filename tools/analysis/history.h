@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "playedcall.h"
+#include "store/playedcall.h"
 
 /// Every change of one thing that is stored, in the order of the calls.
 ///

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "feedline.h"
+#include "feed/feedline.h"
 #include "feedplayer.h"
 #include "storecopy.h"
 

@@ -3,8 +3,8 @@
 
 #include "ranking.h"
 
-#include "feedplayer.h"
-#include "json.h"
+#include "feed/json.h"
+#include "store/feedplayer.h"
 
 #include <vmdatabase/vmdatabase.h>
 

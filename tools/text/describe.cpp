@@ -3,8 +3,8 @@
 
 #include "describe.h"
 
-#include "json.h"
-#include "keynames.h"
+#include "feed/json.h"
+#include "operations/keynames.h"
 
 static NamedNumbers namesOf(const Change &change)
 {

@@ -3,8 +3,8 @@
 
 #include "tree.h"
 
-#include "json.h"
-#include "ranking.h"
+#include "analysis/ranking.h"
+#include "feed/json.h"
 
 #include <vmdatabase/vdivm.h>
 

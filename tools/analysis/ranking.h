@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "storecopy.h"
+#include "store/storecopy.h"
 
 /// Whether \a item makes its pool active.
 bool isActive(const StoreCopy::Item &item);

@@ -3,9 +3,9 @@
 
 #include "history.h"
 
-#include "describe.h"
-#include "json.h"
-#include "keynames.h"
+#include "feed/json.h"
+#include "operations/keynames.h"
+#include "text/describe.h"
 
 #include <algorithm>
 

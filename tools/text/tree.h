@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "storecopy.h"
+#include "store/storecopy.h"
 
 /// What is stored and what decides about it: pools with their items, group by group, remote and SaaS applications. As
 /// data, or as a person reads it, with the lead of each group marked. Touches no database and logs nothing.

@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "feedline.h"
-#include "feedplayer.h"
+#include "feed/feedline.h"
+#include "store/feedplayer.h"
 
 #include <deque>
 #include <set>

@@ -3,8 +3,8 @@
 
 #include "contract.h"
 
-#include "json.h"
-#include "keynames.h"
+#include "feed/json.h"
+#include "operations/keynames.h"
 
 #include <vmdatabase/vdivm.h>
 

@@ -3,8 +3,8 @@
 
 #include "dump.h"
 
-#include "json.h"
-#include "keynames.h"
+#include "feed/json.h"
+#include "operations/keynames.h"
 
 static void drawValues(QString &text, const StoreCopy::Values &values, NamedNumbers names, int indent)
 {

@@ -3,8 +3,8 @@
 
 #include "feedplayer.h"
 
-#include "json.h"
-#include "operations.h"
+#include "feed/json.h"
+#include "operations/operations.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>

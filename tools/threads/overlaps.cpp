@@ -3,7 +3,7 @@
 
 #include "overlaps.h"
 
-#include "json.h"
+#include "feed/json.h"
 
 static constexpr size_t mostCalls = 1000;
 

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "storecopy.h"
+#include "store/storecopy.h"
 
 /// A change as a person reads it: pool "p-10": HiddenKey "0" -> "1". Long values are shortened.
 QString describeChange(const Change &change);

@@ -3,7 +3,7 @@
 
 #include "operations.h"
 
-#include "json.h"
+#include "feed/json.h"
 
 #include <vmdatabase/vmdatabase.h>
 

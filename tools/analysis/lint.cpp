@@ -3,10 +3,10 @@
 
 #include "lint.h"
 
-#include "describe.h"
-#include "json.h"
-#include "keynames.h"
-#include "operations.h"
+#include "feed/json.h"
+#include "operations/keynames.h"
+#include "operations/operations.h"
+#include "text/describe.h"
 
 #include <vmdatabase/vdivm.h>
 

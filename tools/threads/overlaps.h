@@ -4,7 +4,7 @@
 #pragma once
 
 #include "contract.h"
-#include "feedline.h"
+#include "feed/feedline.h"
 
 #include <deque>
 #include <map>

@@ -3,8 +3,8 @@
 
 #include "check.h"
 
-#include "json.h"
-#include "operations.h"
+#include "feed/json.h"
+#include "operations/operations.h"
 
 // An error-location line ends in a number of the library's source, which every edit changes.
 static QString withoutSourceLine(const QString &line)

@@ -3,8 +3,8 @@
 
 #pragma once
 
-#include "playedcall.h"
 #include "ranking.h"
+#include "store/playedcall.h"
 
 #include <map>
 

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "storecopy.h"
+#include "store/storecopy.h"
 
 /// Everything that is stored, with the number and the name of each key: as text, or as data. With a \a pool only that
 /// one, and nothing of it if it is not stored.
