@@ -5,30 +5,10 @@
 #include "vmdatabase/vmdatabase.h"
 
 #include "log_p.h"
-#include "poolhiding_p.h"
 #include "poolordering_p.h"
-#include "records/recordaccess_p.h"
+#include "storedpool_p.h"
 
 #include <utility>
-
-// A pool counts itself, so more than one means that it holds an item.
-static bool holdsItem(VmPoolNode *pool)
-{
-    return pool->getItemCount() > 1;
-}
-
-static bool allowsMultiDynamic(VmPoolNode *pool)
-{
-    return VmRecordAccess::toSigned(pool, VdiVM::AllowMultiDynamicKey) != 0;
-}
-
-static void showUnlessItem(VmPoolNode *pool)
-{
-    if (holdsItem(pool))
-        hide(pool);
-    else
-        show(pool);
-}
 
 static void logDecision(const char *decision, VmPoolNode *pool)
 {
@@ -40,49 +20,39 @@ static void dealPool(VmPoolNode *pool)
     if (pool->haveActiveItem())
         pool->setValue(VdiVM::FailedToConnectKey, QStringLiteral("0"));
 
-    const uint type = VmRecordAccess::toUnsigned(pool, VdiVM::PoolTypeKey);
-    // NOLINTNEXTLINE(bugprone-branch-clone): one branch for each rule, in the order in which they decide
-    if (type == 1 || type == 7 || type == 3) {
-        showUnlessItem(pool);
-    } else if (!VmRecordAccess::isEqual(pool, VdiVM::GroupKey, QString())) {
-        hide(pool); // its group decides later
-        logDecision("poolNode, SET HIDE ", pool);
-    } else if (!allowsMultiDynamic(pool)) {
-        showUnlessItem(pool);
-    } else {
+    const StoredPool stored(pool);
+    const Rules::PoolRule rule = Rules::poolRule(stored);
+    if (rule == Rules::PoolRule::Always) // a message handler finds it as it was, but a pool of a group hidden
         logDecision("pool allowMultiDynamicDesktop, DO SHOW ", pool);
-        show(pool);
-    }
+    stored.set(Rules::visibilityBy(rule, stored));
+    if (rule == Rules::PoolRule::LeftToGroup)
+        logDecision("poolNode, SET HIDE ", pool);
 }
 
 static void dealGroup(QList<VmPoolNode *> &pools)
 {
     sortPools(pools);
-    bool hasItems = false;
-    bool multiDynamic = false;
+    Rules::GroupFacts facts;
     for (VmPoolNode *pool : std::as_const(pools)) {
         if (!pool) {
             // Compatibility: searched for in logs, although no group holds a null entry.
             Log::info() << "[unlikely] dealVmGroupPool, a poolNode is nullptr!";
             continue;
         }
-        hide(pool);
+        const StoredPool stored(pool);
+        stored.set(Rules::Visibility::Hidden);
         logDecision("poolNode, SET HIDE ", pool);
-        hasItems = hasItems || holdsItem(pool);
-        multiDynamic =
-            multiDynamic || (allowsMultiDynamic(pool) && VmRecordAccess::toUnsigned(pool, VdiVM::PreferredKey) != 0);
+        facts.add(stored);
     }
 
     VmPoolNode *lead = pools.constFirst();
-    if (!lead)
+    const Rules::GroupRule rule = facts.rule();
+    if (!lead || rule == Rules::GroupRule::Nothing)
         return;
-    if (multiDynamic) {
-        show(lead);
-        logDecision("GROUP allowMultiDynamicDesktop, DO SHOW ", lead);
-    } else if (!hasItems) {
-        show(lead);
-        logDecision("GROUP do not have Item, DO SHOW ", lead);
-    }
+    StoredPool(lead).set(Rules::Visibility::Shown);
+    logDecision(rule == Rules::GroupRule::LeadForSeveral ? "GROUP allowMultiDynamicDesktop, DO SHOW "
+                                                         : "GROUP do not have Item, DO SHOW ",
+                lead);
 }
 
 void VmDatabase::dealVmPools()

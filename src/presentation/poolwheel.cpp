@@ -5,9 +5,8 @@
 #include "vmdatabase/vmdatabase.h"
 
 #include "log_p.h"
-#include "poolhiding_p.h"
 #include "poolordering_p.h"
-#include "records/recordaccess_p.h"
+#include "storedpool_p.h"
 
 #include <utility>
 
@@ -26,11 +25,12 @@ bool VmDatabase::wheelVmGroup(QString group, QString &uuid)
     sortPools(*pools);
     bool usable = false;
     for (VmPoolNode *pool : std::as_const(*pools)) {
-        hide(pool);
-        usable = usable || VmRecordAccess::toUnsigned(pool, VdiVM::FailedToConnectKey) == 0;
+        const StoredPool stored(pool);
+        stored.set(Rules::Visibility::Hidden);
+        usable = usable || Rules::isUsable(stored.failed());
     }
     VmPoolNode *lead = pools->constFirst();
-    show(lead);
+    StoredPool(lead).set(Rules::Visibility::Shown);
     if (!usable)
         return false;
     uuid = lead->getValue(VdiVM::UuidKey);

@@ -4,6 +4,7 @@
 #include "vmdatabase/vmpoolnode.h"
 
 #include "records/recordaccess_p.h"
+#include "rules/facts_p.h"
 #include "vmdatabase/vdivm.h"
 
 #include <algorithm>
@@ -74,6 +75,6 @@ VmNode *VmPoolNode::getDynamicVmItem()
 bool VmPoolNode::haveActiveItem()
 {
     return std::any_of(items.cbegin(), items.cend(), [](VmNode *item) {
-        return item && VmRecordAccess::toUnsigned(item, VdiVM::ItemActiveKey) == 1;
+        return item && Rules::isActive(VmRecordAccess::toUnsigned(item, VdiVM::ItemActiveKey));
     });
 }
