@@ -6,6 +6,7 @@
 #include "analysis/check.h"
 #include "feed/feedreader.h"
 #include "operations/operations.h"
+#include "text/describe.h"
 #include "threads/overlaps.h"
 
 #include <QtCore/QBuffer>

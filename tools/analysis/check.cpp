@@ -5,6 +5,7 @@
 
 #include "feed/json.h"
 #include "operations/operations.h"
+#include "text/describe.h"
 
 // An error-location line ends in a number of the library's source, which every edit changes.
 static QString withoutSourceLine(const QString &line)
@@ -50,9 +51,7 @@ void Check::follow(const FeedLine &line)
 // Calls that only read leave each other's answers alone.
 static bool changesAnswers(const QJsonArray &call)
 {
-    const QString name = call.at(0).toString();
-    return !name.startsWith(QLatin1String("get")) && !name.startsWith(QLatin1String("print")) &&
-           !name.startsWith(QLatin1String("build"));
+    return !Call(call).has(Operation::Reads);
 }
 
 QString Check::overlap(const FeedLine &line) const

@@ -318,8 +318,9 @@ QString Explanation::text(const Case &pool) const
         later << QStringLiteral("and %1 changes more").arg(pool.laterCount - pool.later.size());
     rows("since then", later);
     if (pool.added)
-        row("added", describeEvent(pool.added->place, pool.added->call) +
-                         (isReadingCall(pool.added->call) ? QStringLiteral(", a reading call") : QString()));
+        row("added",
+            describeEvent(pool.added->place, pool.added->call) +
+                (Call(pool.added->call).has(Operation::Reads) ? QStringLiteral(", a reading call") : QString()));
     return text;
 }
 

@@ -4,7 +4,7 @@
 #include "history.h"
 
 #include "feed/json.h"
-#include "operations/keynames.h"
+#include "operations/operations.h"
 #include "text/describe.h"
 
 #include <algorithm>
@@ -93,7 +93,7 @@ QVector<History::Entry> History::follow(const PlayedCall &played)
     for (const Change &change : played.outcome.changes) {
         if (matches(change, played.stored))
             entries << Entry{played.place, played.line.operation(), played.line.database,
-                             change.kind == Change::Added && isReadingCall(played.line.call), change};
+                             change.kind == Change::Added && Call(played.line.call).has(Operation::Reads), change};
     }
     return entries;
 }

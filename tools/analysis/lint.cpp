@@ -118,7 +118,7 @@ void Lint::lookAtChange(const Change &change, const PlayedCall &played)
         m_removed.put(name, played.place);
     if (change.kind != Change::Added)
         return;
-    if (!isReadingCall(played.line.call))
+    if (!Call(played.line.call).has(Operation::Reads))
         return;
     const Place *removed = m_removed.find(name);
     if (!isNew(Finding::AddedByReading, change.id + QLatin1String(removed ? " removed" : "")))

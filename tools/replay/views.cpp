@@ -8,7 +8,6 @@
 #include "analysis/history.h"
 #include "analysis/lint.h"
 #include "feed/json.h"
-#include "operations/operations.h"
 #include "output.h"
 #include "text/describe.h"
 #include "text/dump.h"

@@ -5,6 +5,7 @@
 
 #include "feed/json.h"
 #include "operations/operations.h"
+#include "playcall.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
@@ -142,28 +143,31 @@ Outcome FeedPlayer::play(const FeedLine &line)
     }
     QStringList *const previous = std::exchange(sink, &outcome.log);
     m_emitted = &outcome.emitted;
-    if (!operation->play && line.call.size() > 1) {
+    if (operation->life == Operation::Ordinary) {
+        Database &database = open(line.database);
+        if (database.isClosed && operation->has(Operation::NeedsOpen)) {
+            outcome.error = QStringLiteral("%1 after clear, expected an open database").arg(name);
+        } else {
+            const Answer answer = playCall(*operation, database.database, line.call);
+            outcome.answer = answer.value;
+            outcome.error = answer.error;
+            outcome.nanoseconds = answer.nanoseconds;
+            database.isClosed = database.isClosed || (operation->has(Operation::Closes) && outcome.error.isEmpty());
+        }
+    } else if (line.call.size() > 1) {
         outcome.error = QStringLiteral("%1: expected no arguments").arg(name);
-    } else if (name == QLatin1String("VmDatabase")) {
+    } else if (operation->life == Operation::Constructor) {
         open(line.database);
-    } else if (name == QLatin1String("~VmDatabase")) {
+    } else {
         Database &database = open(line.database);
         if (m_following == FollowsChanges)
             outcome.changes = database.copy.follow({QStringLiteral("clear")}, database.database);
         m_databases.erase(line.database);
-    } else if (Database &database = open(line.database); database.isClosed && operation->needsOpen) {
-        outcome.error = QStringLiteral("%1 after clear, expected an open database").arg(name);
-    } else {
-        const Answer answer = operation->play(*operation, database.database, line.call);
-        outcome.answer = answer.value;
-        outcome.error = answer.error;
-        outcome.nanoseconds = answer.nanoseconds;
-        database.isClosed = database.isClosed || (name == QLatin1String("clear") && outcome.error.isEmpty());
     }
     m_emitted = nullptr;
-    if (operation->removes)
+    if (operation->has(Operation::Removes))
         deleteRemoved();
-    if (m_following == FollowsChanges && outcome.error.isEmpty() && operation->play) {
+    if (m_following == FollowsChanges && outcome.error.isEmpty() && operation->life == Operation::Ordinary) {
         QStringList unseen;
         sink = &unseen;
         outcome.changes = open(line.database).copy.follow(line.call, open(line.database).database);

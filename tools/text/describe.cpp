@@ -4,7 +4,7 @@
 #include "describe.h"
 
 #include "feed/json.h"
-#include "operations/keynames.h"
+#include "operations/operations.h"
 
 static NamedNumbers namesOf(const Change &change)
 {
@@ -90,7 +90,42 @@ QJsonObject toJson(const Change &change)
     return json;
 }
 
-bool isReadingCall(const QJsonArray &call)
+// A number that has a name, or the name in its place.
+static QString describeNumber(const QJsonValue &value, NamedNumbers kind)
 {
-    return call.at(0).toString().startsWith(QLatin1String("get"));
+    int number = value.toInt();
+    if (value.isString() ? numberOf(value.toString(), kind, &number) : value.isDouble())
+        return nameOf(number, kind);
+    return shortJson(value);
+}
+
+QString describeCall(const QJsonArray &call)
+{
+    const QString name = escapeControls(call.at(0).toString());
+    const Operation *operation = findOperation(name);
+    const NamedNumbers keys = operation ? operation->keys : NamedNumbers::None;
+    QStringList arguments;
+    arguments.reserve(call.size());
+    for (int i = 1; i < call.size(); ++i) {
+        const QString parameter = operation ? operation->parameters.value(i - 1) : QString();
+        if (parameter == QLatin1String("key"))
+            arguments << describeNumber(call.at(i), keys);
+        else if (parameter == QLatin1String("type") && keys == NamedNumbers::NodeKeys)
+            arguments << describeNumber(call.at(i), NamedNumbers::VmTypes);
+        else
+            arguments << shortJson(call.at(i));
+    }
+    return name + QLatin1Char('(') + arguments.join(QLatin1Char(',')) + QLatin1Char(')');
+}
+
+QString describeUnfinished(const QJsonObject &about)
+{
+    const QJsonArray unfinished = about.value(QLatin1String("unfinished")).toArray();
+    QStringList calls;
+    calls.reserve(unfinished.size());
+    for (const QJsonValue &call : unfinished)
+        calls << describeCall(call[QLatin1String("call")].toArray());
+    const QString signal = about.value(QLatin1String("signal")).toString();
+    return calls.join(QStringLiteral(", ")) +
+           (signal.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(escapeControls(signal)));
 }

@@ -18,5 +18,8 @@ QString describeValues(const Change &change);
 /// The change whole, for programs.
 QJsonObject toJson(const Change &change);
 
-/// Whether \a call only asks. It may add a pool all the same.
-bool isReadingCall(const QJsonArray &call);
+/// \a call as a person reads it: getPoolNodeValue("p-10",HiddenKey). Long texts are shortened.
+QString describeCall(const QJsonArray &call);
+
+/// The calls of a line about unfinished ones, and the signal that ended the program: dealVmPools() (SIGSEGV).
+QString describeUnfinished(const QJsonObject &about);

@@ -6,7 +6,7 @@
 #include "look.h"
 
 #include "feed/json.h"
-#include "operations/operations.h"
+#include "text/describe.h"
 
 #include <QtCore/QLocale>
 #include <QtCore/QRegularExpression>

@@ -8,6 +8,7 @@
 #include "feed/json.h"
 #include "operations/operations.h"
 #include "store/feedplayer.h"
+#include "text/describe.h"
 #include "threads/overlaps.h"
 
 #include <QtCore/QElapsedTimer>

@@ -310,7 +310,7 @@ QVariant HistoryModel::data(const QModelIndex &index, int role) const
         return m_document.row(entry.row).line;
     case CallColumn: {
         const FeedLine line = m_document.line(entry.row);
-        return entry.change.kind == Change::Added && isReadingCall(line.call)
+        return entry.change.kind == Change::Added && Call(line.call).has(Operation::Reads)
                    ? tr("%1, a reading call").arg(line.operation())
                    : line.operation();
     }
