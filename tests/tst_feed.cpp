@@ -3,14 +3,14 @@
 
 #include "testsupport.h"
 
-#include "analysis/explain.h"
-#include "analysis/history.h"
-#include "analysis/lint.h"
 #include "feed/feedreader.h"
 #include "feed/json.h"
 #include "operations/operations.h"
 #include "text/describe.h"
 #include "text/dump.h"
+#include "text/explanationtext.h"
+#include "text/historytext.h"
+#include "text/linttext.h"
 #include "text/tree.h"
 
 #include <QtCore/QBuffer>
@@ -274,7 +274,7 @@ static QString view(const QString &what, const QByteArray &feed)
         }
         for (const History::Entry &entry : history.follow(played)) {
             if (kind == u"history"_s || kind == u"history-json"_s)
-                lines << (kind == u"history"_s ? history.text(entry) : json(history.toJson(entry)));
+                lines << (kind == u"history"_s ? toText(entry) : json(toJson(entry)));
         }
         for (const Finding &finding : lint.follow(played)) {
             if (kind == u"lint"_s || kind == u"lint-json"_s)
@@ -283,15 +283,16 @@ static QString view(const QString &what, const QByteArray &feed)
     }
     const StoreCopy &stored = player.stored();
     const QString pool = argument.isEmpty() ? QString() : argument;
-    const QString whole = kind == u"explain"_s        ? explanation.text()
-                          : kind == u"explain-json"_s ? json(explanation.toJson())
+    const auto now = [&player](int number) -> const StoreCopy & { return player.stored(number); };
+    const QString whole = kind == u"explain"_s        ? toText(explanation, now)
+                          : kind == u"explain-json"_s ? json(toJson(explanation, now))
                           : kind == u"tree"_s         ? drawTree(stored)
                           : kind == u"tree-json"_s    ? json(readTree(stored))
                           : kind == u"dump"_s         ? drawDump(stored, pool)
                           : kind == u"dump-json"_s    ? json(readDump(stored, pool))
                                                       : QString();
     if (kind == u"lint"_s)
-        lines += lint.repeated();
+        lines += describeRepeated(lint);
     player.database().clearRemoteAppList(); // or their records stay allocated
     return (lines.join(u'\n') + u'\n' + whole).trimmed();
 }

@@ -3,10 +3,10 @@
 
 #include "testsupport.h"
 
-#include "analysis/check.h"
 #include "feed/feedreader.h"
 #include "feed/json.h"
 #include "operations/operations.h"
+#include "text/checktext.h"
 #include "threads/contract.h"
 #include "threads/overlaps.h"
 
@@ -113,8 +113,11 @@ QStringList tst_Record::differences(const QString &name)
     Check check;
     QStringList found;
     const QList<FeedLine> lines = read(name);
-    for (const FeedLine &line : lines)
-        found << line.error << check.compare(line, player.play(line));
+    for (const FeedLine &line : lines) {
+        found << line.error;
+        for (const Difference &difference : check.compare(line, player.play(line)))
+            found << toText(difference);
+    }
     found.removeAll(QString());
     if (check.compared() == 0)
         found << u"nothing is compared"_s;

@@ -7,6 +7,7 @@
 #include "feed/feedreader.h"
 #include "text/describe.h"
 #include "text/dump.h"
+#include "text/explanationtext.h"
 #include "viewer/mainwindow.h"
 #include "viewer/timeline.h"
 
@@ -85,10 +86,10 @@ struct Viewer
     }
     QString cards() const
     {
-        static const QStringList states{u"shown"_s, u"hidden"_s, u"undecided"_s};
+        static const QStringList states{u"undecided"_s, u"shown"_s, u"hidden"_s};
         QStringList texts;
         for (const Desktop &desktop : desktops.desktops()) {
-            QString text = desktop.name + u' ' + states[desktop.state];
+            QString text = desktop.name + u' ' + states[int(desktop.state)];
             for (const Desktop::Place &place : desktop.ranking)
                 text += (&place == desktop.ranking.cbegin() ? u" ["_s : u", "_s) + place.name +
                         (place.isFailed ? u" failed"_s : u""_s);
@@ -200,11 +201,8 @@ void tst_Viewer::moments()
         QString why;
         for (auto it = explanations.begin(); it != explanations.end(); ++it) {
             it->follow(played);
-            const QJsonArray cases = it->toJson()[u"databases"_s].toArray();
-            for (const QJsonValue &entry : cases) {
-                if (entry[u"database"_s] == line.database)
-                    why += it.key() + QString::fromUtf8(QJsonDocument(entry.toObject()).toJson());
-            }
+            if (it->databases().contains(line.database))
+                why += toText(it->at(line.database, played.stored));
         }
         const QVector<History::Entry> found = history.follow(played);
         for (const History::Entry &entry : found)
@@ -238,11 +236,8 @@ void tst_Viewer::moments()
             QVERIFY2(drawDump(viewer.moment.after()) == dumps[row], place);
             QString why;
             for (const QString &pool : pools) {
-                const QJsonArray cases = explainPool(viewer.document, row, pool).toJson()[u"databases"_s].toArray();
-                for (const QJsonValue &entry : cases) {
-                    if (entry[u"database"_s] == viewer.document.row(row).database)
-                        why += pool + QString::fromUtf8(QJsonDocument(entry.toObject()).toJson());
-                }
+                if (const auto explanation = explainPool(viewer.document, row, pool))
+                    why += toText(*explanation);
             }
             QCOMPARE(why, reasons[row]);
         }

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "rules/facts_p.h"
 #include "rules/order_p.h"
 
 #include <QtCore/QString>
@@ -40,6 +41,15 @@ struct PoolFacts : Rank
     bool isPreferred() const { return preferred != 0; }
     bool holdsItem() const { return hasItems; }
 };
+
+/// The facts in which a pool differs from what it was.
+inline unsigned differingFacts(const PoolFacts &a, const PoolFacts &b)
+{
+    return (a.group != b.group ? GroupFact : 0U) | (a.type != b.type ? TypeFact : 0U) |
+           (a.allowsSeveral() != b.allowsSeveral() ? SeveralFact : 0U) | (a.failed != b.failed ? FailedFact : 0U) |
+           (a.preferred != b.preferred ? PreferredFact : 0U) | (a.priority != b.priority ? PriorityFact : 0U) |
+           (a.hasItems != b.hasItems ? ItemsFact : 0U) | (a.hasActiveItem != b.hasActiveItem ? ActiveFact : 0U);
+}
 
 /// What decides about a pool before its group does.
 enum class PoolRule {

@@ -3,9 +3,11 @@
 
 #include "check.h"
 
-#include "feed/json.h"
 #include "operations/operations.h"
-#include "text/describe.h"
+
+#include <QtCore/QLoggingCategory>
+
+#include <algorithm>
 
 // An error-location line ends in a number of the library's source, which every edit changes.
 static QString withoutSourceLine(const QString &line)
@@ -15,20 +17,44 @@ static QString withoutSourceLine(const QString &line)
     return line.left(line.lastIndexOf(QLatin1String(" -- ")));
 }
 
-static QString lineOf(const QStringList &lines, int index)
+static QJsonValue lineOf(const QStringList &lines, int index)
 {
-    return index < lines.size() ? escapeControls(lines.at(index)) : QStringLiteral("nothing more");
+    return index < lines.size() ? QJsonValue(lines.at(index)) : QJsonValue(QJsonValue::Undefined);
 }
 
-static void compareLines(const char *what, const QStringList &played, const QStringList &recorded, QStringList &found)
+static void compareLines(Difference::Kind kind, const QStringList &played, const QStringList &recorded,
+                         QVector<Difference> &found)
 {
     for (int i = 0; i < std::max(played.size(), recorded.size()); ++i) {
         if (i < played.size() && i < recorded.size() &&
             withoutSourceLine(played.at(i)) == withoutSourceLine(recorded.at(i)))
             continue;
-        found << QStringLiteral("%1 %2, recorded %3").arg(QLatin1String(what), lineOf(played, i), lineOf(recorded, i));
+        Difference difference;
+        difference.kind = kind;
+        difference.played = lineOf(played, i);
+        difference.recorded = lineOf(recorded, i);
+        found << difference;
         return; // the rest follows from it
     }
+}
+
+Check::Check()
+{
+    const QLoggingCategory &category = *QLoggingCategory::defaultCategory();
+    if (!category.isInfoEnabled())
+        m_notLogged << QStringLiteral("info");
+    if (!category.isCriticalEnabled())
+        m_notLogged << QStringLiteral("critical");
+}
+
+// The lines that would have been logged here.
+QStringList Check::logged(QStringList lines) const
+{
+    for (const QString &severity : m_notLogged)
+        lines.erase(std::remove_if(lines.begin(), lines.end(),
+                                   [&](const QString &line) { return line.startsWith(severity + QLatin1Char(':')); }),
+                    lines.end());
+    return lines;
 }
 
 void Check::follow(const FeedLine &line)
@@ -48,31 +74,25 @@ void Check::follow(const FeedLine &line)
         m_recent.pop_front();
 }
 
-// Calls that only read leave each other's answers alone.
-static bool changesAnswers(const QJsonArray &call)
-{
-    return !Call(call).has(Operation::Reads);
-}
-
-QString Check::overlap(const FeedLine &line) const
+void Check::addOverlap(const FeedLine &line, QVector<Difference> &differences) const
 {
     if (!line.entered)
-        return {};
-    const auto overlaps = [&line](const Call &other) {
+        return;
+    const auto overlaps = [&line](const Played &other) {
         return other.entered > *line.entered || (other.thread != line.thread && line.at && other.end > *line.at);
     };
-    for (auto other = m_recent.crbegin(); other != m_recent.crend(); ++other) {
-        if (other->database == line.database && changesAnswers(other->call) && overlaps(*other))
-            return QStringLiteral("; %1%2 ran at the same time, so their order is not certain")
-                .arg(describeCall(other->call), other->thread.isEmpty()
-                                                    ? QString()
-                                                    : QStringLiteral(" of thread ") + escapeControls(other->thread));
+    // Calls that only read leave each other's answers alone.
+    const auto other = std::find_if(m_recent.crbegin(), m_recent.crend(), [&](const Played &call) {
+        return call.database == line.database && overlaps(call) && !Call(call.call).has(Operation::Reads);
+    });
+    for (Difference &difference : differences) {
+        if (other != m_recent.crend()) {
+            difference.overlapping = other->call;
+            difference.overlappingThread = other->thread;
+        } else if (!m_missing.empty() && *m_missing.begin() < *line.entered) {
+            difference.missing = *m_missing.begin();
+        }
     }
-    if (!m_missing.empty() && *m_missing.begin() < *line.entered)
-        return QStringLiteral(
-                   "; a call that had begun before (\"entered\": %1) still ran, so their order is not certain")
-            .arg(*m_missing.begin());
-    return {};
 }
 
 void Check::beginFeed()
@@ -88,38 +108,39 @@ void Check::forgetCalls()
     m_highest.reset();
 }
 
-QStringList Check::compare(const FeedLine &recorded, const Outcome &played)
+QVector<Difference> Check::compare(const FeedLine &recorded, const Outcome &played)
 {
+    QVector<Difference> found;
     if (recorded.kind == FeedLine::About)
         m_complete = m_complete || recorded.about.value(QLatin1String("complete")).toBool();
     if (recorded.kind == FeedLine::Case)
         forgetCalls(); // those of a program that has replaced itself were another process's
     if (recorded.kind != FeedLine::Call)
-        return {};
+        return found;
     if (recorded.entered)
         follow(recorded);
     const bool hasAnswer = !recorded.answer.isUndefined();
     if (!hasAnswer && !recorded.log && !recorded.emitted && !m_complete)
-        return {};
+        return found;
 
     ++m_compared;
-    QStringList found;
-    if (!played.error.isEmpty())
-        found << QStringLiteral("is not played: ") + played.error;
-    else if (hasAnswer && played.answer != recorded.answer)
-        found << QStringLiteral("answers %1, recorded %2")
-                     .arg(played.answer.isUndefined() ? QStringLiteral("nothing") : compactJson(played.answer),
-                          compactJson(recorded.answer));
+    if (!played.error.isEmpty() || (hasAnswer && played.answer != recorded.answer)) {
+        Difference difference;
+        difference.kind = played.error.isEmpty() ? Difference::Answer : Difference::NotPlayed;
+        difference.error = played.error;
+        difference.played = played.answer;
+        difference.recorded = recorded.answer;
+        found << difference;
+    }
     if (recorded.log || m_complete)
-        compareLines("logs", played.log, recorded.log.value_or(QStringList()), found);
+        compareLines(Difference::Log, logged(played.log), logged(recorded.log.value_or(QStringList())), found);
     if (recorded.emitted || m_complete)
-        compareLines("emits", played.emitted, recorded.emitted.value_or(QStringList()), found);
+        compareLines(Difference::Signals, played.emitted, recorded.emitted.value_or(QStringList()), found);
     if (found.isEmpty())
         return found;
     ++m_different;
-    const QString call = describeCall(recorded.call) + QLatin1Char(' ');
-    const QString reason = overlap(recorded);
-    for (QString &difference : found)
-        difference = call + difference + reason;
+    for (Difference &difference : found)
+        difference.call = recorded.call;
+    addOverlap(recorded, found);
     return found;
 }

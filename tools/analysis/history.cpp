@@ -3,15 +3,9 @@
 
 #include "history.h"
 
-#include "feed/json.h"
 #include "operations/operations.h"
-#include "text/describe.h"
 
 #include <algorithm>
-
-// Columns of a table whose lines are written one by one.
-static constexpr int longestOperation = 26; // removeChildrenByParentUuid
-static constexpr int longestKey = 24;       // GatewayAccessStrategyKey
 
 static std::optional<int> readKey(const QString &text, NamedNumbers names)
 {
@@ -24,20 +18,22 @@ static std::optional<int> readKey(const QString &text, NamedNumbers names)
 }
 
 History::History(const QString &what)
-    : m_isApp(what.startsWith(QLatin1String("app ")))
 {
+    const bool isApp = what.startsWith(QLatin1String("app "));
+    m_tables =
+        isApp ? QVector<Change::Table>{Change::RemoteApps, Change::SaasApps} : QVector<Change::Table>{Change::Pools};
     // The text, once with all of it as uuids and once with a key at its end.
-    const QString whole = m_isApp ? what.mid(4) : what;
+    const QString whole = isApp ? what.mid(4) : what;
     const int colon = whole.lastIndexOf(QLatin1Char(':'));
-    QVector<QPair<QString, std::optional<int>>> texts{{whole, std::nullopt}};
+    QVector<QPair<QString, std::optional<Value>>> texts{{whole, std::nullopt}};
     if (colon >= 0) {
-        const auto key = readKey(whole.mid(colon + 1), m_isApp ? NamedNumbers::AppKeys : NamedNumbers::NodeKeys);
+        const auto key = readKey(whole.mid(colon + 1), isApp ? NamedNumbers::AppKeys : NamedNumbers::NodeKeys);
         if (key)
-            texts << qMakePair(whole.left(colon), key);
+            texts << qMakePair(whole.left(colon), std::optional<Value>({Change::Value, 0, *key}));
     }
     for (const auto &text : std::as_const(texts)) {
         m_readings << Reading{text.first, std::nullopt, text.second};
-        for (int i = 0; !m_isApp && i < text.first.size(); ++i) {
+        for (int i = 0; !isApp && i < text.first.size(); ++i) {
             if (text.first.at(i) == QLatin1Char('/'))
                 m_readings << Reading{text.first.left(i), text.first.mid(i + 1), text.second};
         }
@@ -48,12 +44,20 @@ History::History(const QString &what)
     });
 }
 
+History::History(const Change &subject)
+    : m_tables{subject.table}
+    , m_readings{{subject.id, subject.item,
+                  subject.kind == Change::Added || subject.kind == Change::Removed
+                      ? std::nullopt
+                      : std::optional<Value>({subject.kind, subject.policy, subject.key})}}
+{}
+
 // The way to read the text at this change; null if nothing is stored that it could mean.
 const History::Reading *History::readingOf(const Change &change, const StoreCopy &stored) const
 {
     for (const Reading &reading : m_readings) {
         const bool isChanged = reading.id == change.id;
-        if (m_isApp) {
+        if (isOfApps()) {
             if (isChanged || stored.remoteApps.contains(reading.id) || stored.saasApps.contains(reading.id))
                 return &reading;
             continue;
@@ -71,7 +75,7 @@ const History::Reading *History::readingOf(const Change &change, const StoreCopy
 
 bool History::matches(const Change &change, const StoreCopy &stored) const
 {
-    if (m_isApp != (change.table != Change::Pools))
+    if (!m_tables.contains(change.table))
         return false;
     const bool isNear = std::any_of(m_readings.cbegin(), m_readings.cend(),
                                     [&](const Reading &reading) { return reading.id == change.id; });
@@ -80,14 +84,15 @@ bool History::matches(const Change &change, const StoreCopy &stored) const
         return false;
     if (change.kind == Change::Removed && !change.item)
         return true;
-    if (reading->item ? change.item != reading->item : reading->key && change.item)
+    if (reading->item ? change.item != reading->item : reading->value && change.item)
         return false;
-    if (!reading->key || change.kind == Change::Added || change.kind == Change::Removed)
+    if (!reading->value || change.kind == Change::Added || change.kind == Change::Removed)
         return true;
-    return change.kind == Change::Value && change.key == *reading->key;
+    return change.kind == reading->value->kind && change.policy == reading->value->policy &&
+           change.key == reading->value->key;
 }
 
-QVector<History::Entry> History::follow(const PlayedCall &played)
+QVector<History::Entry> History::follow(const PlayedCall &played) const
 {
     QVector<Entry> entries;
     for (const Change &change : played.outcome.changes) {
@@ -96,34 +101,4 @@ QVector<History::Entry> History::follow(const PlayedCall &played)
                              change.kind == Change::Added && Call(played.line.call).has(Operation::Reads), change};
     }
     return entries;
-}
-
-QString History::text(const Entry &entry) const
-{
-    QString what = describeAspect(entry.change);
-    const bool isWhole = entry.change.kind == Change::Added || entry.change.kind == Change::Removed;
-    if (isWhole)
-        what = describeSubject(entry.change) + QLatin1Char(' ') + what;
-    else if (entry.change.item)
-        what.prepend(shortJson(*entry.change.item) + QLatin1Char(' '));
-    if (entry.byReading)
-        what += QStringLiteral(" by a reading call");
-    QString line = toText(entry.place).leftJustified(entry.place.file.size() + 7) + QStringLiteral("  ") +
-                   entry.operation.leftJustified(longestOperation) + QStringLiteral("  ") +
-                   (isWhole ? what : what.leftJustified(longestKey));
-    if (!isWhole)
-        line += QStringLiteral("  ") + describeValues(entry.change);
-    if (entry.database != 1)
-        line += QStringLiteral("  (database %1)").arg(entry.database);
-    return line;
-}
-
-QJsonObject History::toJson(const Entry &entry) const
-{
-    QJsonObject json = ::toJson(entry.place);
-    json[QStringLiteral("operation")] = entry.operation;
-    json[QStringLiteral("database")] = entry.database;
-    json[QStringLiteral("byReading")] = entry.byReading;
-    json[QStringLiteral("changed")] = ::toJson(entry.change);
-    return json;
 }

@@ -17,6 +17,9 @@ class History
 public:
     explicit History(const QString &what);
 
+    /// Of what \a subject changes: one value, or all of a pool, item or application if it is added or removed.
+    explicit History(const Change &subject);
+
     struct Entry
     {
         Place place;
@@ -27,22 +30,27 @@ public:
     };
 
     /// What the call changed of it.
-    QVector<Entry> follow(const PlayedCall &played);
+    QVector<Entry> follow(const PlayedCall &played) const;
 
-    /// An entry as a line in columns: desktops.jsonl:62  dealVmPools  HiddenKey  "0" -> "1"
-    QString text(const Entry &entry) const;
-    QJsonObject toJson(const Entry &entry) const;
+    /// Whether \a change is one of it. \a stored is what is stored after it.
+    bool matches(const Change &change, const StoreCopy &stored) const;
 
 private:
+    struct Value
+    {
+        Change::Kind kind;
+        int policy;
+        int key;
+    };
     struct Reading
     {
         QString id;
         std::optional<QString> item;
-        std::optional<int> key;
+        std::optional<Value> value;
     };
     const Reading *readingOf(const Change &change, const StoreCopy &stored) const;
-    bool matches(const Change &change, const StoreCopy &stored) const;
+    bool isOfApps() const { return !m_tables.contains(Change::Pools); }
 
-    bool m_isApp = false;
+    QVector<Change::Table> m_tables;
     QVector<Reading> m_readings; // the preferred ones first
 };

@@ -12,15 +12,15 @@
 #include <array>
 #include <map>
 
-/// Something that is allowed but suspicious.
+/// Something that is allowed but suspicious. What is not said of a member belongs to every kind.
 struct Finding
 {
     enum Kind {
-        AddedByReading,      ///< A reading call has added a pool.
-        NoNumber,            ///< A decision would read a number, but the text is none.
-        UndefinedLead,       ///< Nothing says which of several pools a decision shows.
-        NothingRemoved,      ///< What was to be removed is not there.
-        WheelHidesUngrouped, ///< The wheel of the empty group has hidden pools that have nothing in common.
+        AddedByReading,      ///< A reading call has added a pool: subject; perhaps removed.
+        NoNumber,            ///< A decision would read a number, but the text is none: change.
+        UndefinedLead,       ///< Nothing says which of several pools a decision shows: group, ranking.
+        NothingRemoved,      ///< What was to be removed is not there: subject; perhaps removed.
+        WheelHidesUngrouped, ///< The wheel of the empty group has hidden pools that have nothing in common: pools.
         LeakedItem,          ///< A policy was written under an empty pool uuid.
     };
     static constexpr int kinds = LeakedItem + 1;
@@ -28,10 +28,14 @@ struct Finding
     Kind kind = AddedByReading;
     Place place;
     int database = 1;
-    QString text;
+    QJsonArray call;
+    QString subject;
+    std::optional<Place> removed; ///< Where it was removed before.
+    Change change;
+    QString group;
+    Ranking ranking;
+    QStringList pools;
 };
-QString toText(const Finding &finding);
-QJsonObject toJson(const Finding &finding);
 
 /// Keeps what was put in last, up to a limit.
 template <typename Value>
@@ -78,28 +82,33 @@ public:
     /// How many findings there were, with those that were only counted.
     qint64 count() const { return m_count; }
 
-    /// A line for each finding that came again, and for each kind of which there were too many.
-    QStringList repeated() const;
-
-private:
+    /// How often a reported finding came.
     struct Cause
     {
+        Finding::Kind kind = Finding::AddedByReading;
         Place first;
         Place last;
         qint64 count = 0;
     };
+
+    /// The reported ones, in order.
+    const QVector<const Cause *> &causes() const { return m_reported; }
+
+    /// How many findings of a kind were only counted, since there were too many causes.
+    qint64 uncaused(Finding::Kind kind) const { return m_uncaused.at(size_t(kind)); }
+
+private:
     QString key(const QString &name) const;
-    bool isNew(Finding::Kind kind, const QString &cause);
-    void report(Finding::Kind kind, const QString &text);
+    Finding *find(Finding::Kind kind, const QString &cause);
     void lookAtCall(const PlayedCall &played);
     void lookAtChange(const Change &change, const PlayedCall &played);
     void lookAtRemoval(const PlayedCall &played);
     void lookAtDecision(const PlayedCall &played);
-    void lookAtGroup(const QString &group, const QVector<RankedPool> &pools);
+    void lookAtGroup(const QString &group, const RankedPools &pools);
 
     std::array<std::map<QString, Cause>, Finding::kinds> m_causes;
-    QVector<QPair<Finding::Kind, const Cause *>> m_reported; // in order
-    std::array<qint64, Finding::kinds> m_uncaused{};         // counted only
+    QVector<const Cause *> m_reported;
+    std::array<qint64, Finding::kinds> m_uncaused{}; // counted only
     qint64 m_count = 0;
     Recent<Place> m_removed{10000};
     int m_case = 0;

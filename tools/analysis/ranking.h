@@ -5,70 +5,47 @@
 
 #include "store/storecopy.h"
 
+#include "rules/visibility_p.h"
+
+#include <optional>
+#include <vector>
+
+/// What decisions read of \a pool, as numbers.
+Rules::PoolFacts factsOf(const StoreCopy::Pool &pool);
+
 /// Whether \a item makes its pool active.
 bool isActive(const StoreCopy::Item &item);
 
 /// A pool of a group, with all that decides about it.
-struct RankedPool
+struct RankedPool : Rules::PoolFacts
 {
     QString uuid;
     StoreCopy::Values values; ///< As stored at the moment in question.
     int items = 0;
-    bool active = false; ///< Whether one of its items is.
 
     QString name() const;
     QString value(int key) const { return values.value(key); }
-    uint number(int key) const; ///< As the decisions read it.
 };
+using RankedPools = std::vector<RankedPool>;
 
-/// The pools of one group in the library's own order, and what its decision about them would be.
+/// The pools of one group in the library's order, and what a decision about them would be.
 struct Ranking
 {
-    /// What put the first pool before the second.
-    enum Reason {
-        OnlyPool,  ///< There is no second one.
-        NotFailed, ///< The second one failed to connect.
-        Preferred,
-        Priority,
-        Undefined, ///< Nothing did: another time the second one may be first.
-    };
-    /// What dealVmGroupPool() shows.
-    enum Rule {
-        ShowsSeveral, ///< The lead, since a pool allows several desktops and is preferred.
-        ShowsEmpty,   ///< The lead, since no pool holds an item.
-        ShowsNothing, ///< A pool holds an item.
-    };
-    QVector<RankedPool> pools;
-    Reason reason = OnlyPool;
-    Rule rule = ShowsNothing;
+    RankedPools pools;
+    Rules::Lead lead; ///< Its contenders are positions in pools.
+    Rules::GroupRule rule = Rules::GroupRule::Nothing;
 };
 
+RankedPool rankedPool(const QString &uuid, const StoreCopy::Pool &pool);
+
 /// The pools of \a group by uuid; an empty one means those without a group.
-QVector<RankedPool> poolsOfGroup(const StoreCopy &stored, const QString &group);
+RankedPools poolsOfGroup(const StoreCopy &stored, const QString &group);
 
 /// Those of every group.
-QMap<QString, QVector<RankedPool>> poolsByGroup(const StoreCopy &stored);
+QMap<QString, RankedPools> poolsByGroup(const StoreCopy &stored);
 
-/// Ranks \a pools, as poolsOfGroup() lists them. The library does it, in a database of its own that holds nothing else;
-/// no other database is touched. Logs nothing.
-Ranking rankPools(const QVector<RankedPool> &pools);
+/// Ranks \a pools, as poolsOfGroup() lists them.
+Ranking rankPools(RankedPools pools);
 
-/// Why \a lead goes before \a second, by their own values.
-Ranking::Reason whyFirst(const RankedPool &lead, const RankedPool &second);
-
-/// Two different values under \a key among \a pools that are both not 0; an empty pair if there are none. With such
-/// failure or preference flags in a group, other pools than these two may change places as well.
-QPair<QString, QString> clashingFlags(const QVector<RankedPool> &pools, int key);
-
-/// The reason as a sentence about the lead: "it has not failed to connect" for example.
-QString describeReason(const Ranking &ranking);
-
-/// A number text as it decides: 10, none, "high" (counts as 0).
-QString describeNumber(const QString &text, int key);
-
-/// Whether \a text is a number as the decisions read \a key; they take 0 for any other.
-bool isNumber(const QString &text, int key);
-
-/// The ranking as the lines of a table, a pool in each; the lead is marked with its reason.
-QStringList drawRanking(const Ranking &ranking);
-QJsonObject toJson(const Ranking &ranking);
+/// The number that decisions read under \a key; none where they take 0 for a text that is no number.
+std::optional<qint64> numberOf(const QString &text, int key);

@@ -125,3 +125,9 @@ bool Call::isOfItem() const
 {
     return subject() == Operation::AboutNode && type() == VdiVM::ItemNode;
 }
+
+bool Call::isOfPool() const
+{
+    return subject() == Operation::AboutPool || (subject() == Operation::AboutNode && type() != VdiVM::ItemNode &&
+                                                 (type() != VdiVM::UnknownNode || !has(Operation::Adds)));
+}

@@ -101,6 +101,9 @@ public:
 
     /// Whether it is AboutNode and that is an item.
     bool isOfItem() const;
+
+    /// Whether it writes, if it does, to a value of the pool itself. One that adds items refuses VdiVM::UnknownNode.
+    bool isOfPool() const;
     int type() const;
     int key() const;
     QString value() const { return argument("value").toString(); }

@@ -3,14 +3,14 @@
 
 #include "views.h"
 
-#include "analysis/check.h"
-#include "analysis/explain.h"
-#include "analysis/history.h"
-#include "analysis/lint.h"
 #include "feed/json.h"
 #include "output.h"
+#include "text/checktext.h"
 #include "text/describe.h"
 #include "text/dump.h"
+#include "text/explanationtext.h"
+#include "text/historytext.h"
+#include "text/linttext.h"
 #include "text/tree.h"
 #include "threads/overlaps.h"
 
@@ -138,26 +138,33 @@ public:
         m_calls += int(played.line.kind == FeedLine::Call);
         if (played.line.kind == FeedLine::Unfinished)
             printUnfinished(played);
-        const QStringList differences = m_check.compare(played.line, played.outcome);
-        for (const QString &difference : differences) {
+        const QVector<Difference> differences = m_check.compare(played.line, played.outcome);
+        for (const Difference &difference : differences) {
             if (m_json)
-                printLine(toJson(played, QStringLiteral("difference"), difference));
+                printLine(toJson(played, QStringLiteral("difference"), toText(difference)));
             else
-                printLine(played.heading() + difference);
+                printLine(played.heading() + toText(difference));
         }
     }
 
     bool finish() override
     {
-        if (m_json)
-            printLine({{QStringLiteral("check"), QJsonObject{{QStringLiteral("calls"), m_calls},
-                                                             {QStringLiteral("compared"), m_check.compared()},
-                                                             {QStringLiteral("differ"), m_check.different()}}}});
-        else
-            printLine(QStringLiteral("%1 calls, %2 compared, %3 differ")
-                          .arg(m_calls)
-                          .arg(m_check.compared())
-                          .arg(m_check.different()));
+        const QStringList notLogged = m_check.notLogged();
+        if (m_json) {
+            QJsonObject json{{QStringLiteral("calls"), m_calls},
+                             {QStringLiteral("compared"), m_check.compared()},
+                             {QStringLiteral("differ"), m_check.different()}};
+            if (!notLogged.isEmpty())
+                json[QStringLiteral("notLogged")] = QJsonArray::fromStringList(notLogged);
+            printLine({{QStringLiteral("check"), json}});
+            return m_check.different() == 0;
+        }
+        if (!notLogged.isEmpty())
+            printLine(describeNotLogged(m_check));
+        printLine(QStringLiteral("%1 calls, %2 compared, %3 differ")
+                      .arg(m_calls)
+                      .arg(m_check.compared())
+                      .arg(m_check.different()));
         return m_check.different() == 0;
     }
 
@@ -206,7 +213,7 @@ public:
         if (m_json) {
             printLine({{QStringLiteral("lint"), QJsonObject{{QStringLiteral("findings"), count}}}});
         } else {
-            const QStringList lines = m_lint.repeated();
+            const QStringList lines = describeRepeated(m_lint);
             for (const QString &line : lines)
                 printLine(line);
             printLine(counted(count, QStringLiteral("finding"), QStringLiteral("findings")));
@@ -252,9 +259,9 @@ public:
         const QVector<History::Entry> entries = m_history.follow(played);
         for (const History::Entry &entry : entries) {
             if (m_json)
-                printLine(m_history.toJson(entry));
+                printLine(::toJson(entry));
             else
-                printLine(m_history.text(entry));
+                printLine(toText(entry));
         }
         m_isKnown = m_isKnown || !entries.isEmpty();
     }
@@ -276,29 +283,32 @@ private:
 class ExplainView : public View
 {
 public:
-    ExplainView(bool json, const QString &pool)
-        : m_json(json)
-        , m_pool(pool)
-        , m_explanation(pool)
+    ExplainView(const Options &options, const FeedPlayer &player)
+        : m_json(options.json)
+        , m_explanation(options.explain)
+        , m_player(player)
     {}
 
     void follow(const Played &played) override { m_explanation.follow(played); }
 
     bool finish() override
     {
-        if (!m_explanation.isKnown())
-            report(QStringLiteral("vmdatabase-replay: --explain %1: no call has mentioned this pool").arg(m_pool));
+        const auto storedNow = [this](int number) -> const StoreCopy & { return m_player.stored(number); };
+        const bool isKnown = !m_explanation.databases().isEmpty();
+        if (!isKnown)
+            report(QStringLiteral("vmdatabase-replay: --explain %1: no call has mentioned this pool")
+                       .arg(m_explanation.pool()));
         else if (m_json)
-            printLine({{QStringLiteral("explain"), m_explanation.toJson()}});
+            printLine({{QStringLiteral("explain"), ::toJson(m_explanation, storedNow)}});
         else
-            print(m_explanation.text());
-        return m_explanation.isKnown();
+            print(toText(m_explanation, storedNow));
+        return isKnown;
     }
 
 private:
     const bool m_json;
-    const QString m_pool;
     Explanation m_explanation;
+    const FeedPlayer &m_player;
 };
 
 // What is stored in the end: the tree, or everything.
@@ -358,7 +368,7 @@ std::vector<std::unique_ptr<View>> makeViews(const Options &options, const FeedP
     if (options.lint)
         views.push_back(std::make_unique<LintView>(options.json));
     if (!options.explain.isNull())
-        views.push_back(std::make_unique<ExplainView>(options.json, options.explain));
+        views.push_back(std::make_unique<ExplainView>(options, player));
     if (options.tree || options.dump)
         views.push_back(std::make_unique<StoredView>(options, player));
     return views;

@@ -5,16 +5,18 @@
 
 #include "feed/json.h"
 #include "operations/keynames.h"
+#include "texttable.h"
 
 static void drawValues(QString &text, const StoreCopy::Values &values, NamedNumbers names, int indent)
 {
+    const TextTable table(names == NamedNumbers::None ? QVector<int>{4} : QVector<int>{4, 24}, 1);
     for (auto it = values.cbegin(); it != values.cend(); ++it) {
-        QString key = QString::number(it.key()).rightJustified(4);
-        const QString name = nameOf(it.key(), names);
+        const QString number = QString::number(it.key());
+        QStringList cells{number.rightJustified(4)};
         if (names != NamedNumbers::None)
-            key += QLatin1Char(' ') + (name == QString::number(it.key()) ? QString() : name).leftJustified(24);
-        text += QString(indent, QLatin1Char(' ')) + key + QLatin1Char(' ') + compactJson(toJson(it.value())) +
-                QLatin1Char('\n');
+            cells << (nameOf(it.key(), names) == number ? QString() : nameOf(it.key(), names));
+        cells << compactJson(toJson(it.value()));
+        text += QString(indent, QLatin1Char(' ')) + table.line(cells) + QLatin1Char('\n');
     }
 }
 

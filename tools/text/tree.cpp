@@ -3,8 +3,9 @@
 
 #include "tree.h"
 
-#include "analysis/ranking.h"
 #include "feed/json.h"
+#include "rankingtext.h"
+#include "texttable.h"
 
 #include <vmdatabase/vdivm.h>
 
@@ -39,12 +40,12 @@ static QJsonArray readPools(const StoreCopy &stored)
     QJsonArray pools;
     for (auto pool = stored.pools.cbegin(); pool != stored.pools.cend(); ++pool) {
         const auto value = [&](int key) { return toJson(pool->values.value(key)); };
-        const QString hidden = pool->values.value(VdiVM::HiddenKey);
+        const Rules::Visibility visibility = Rules::visibilityOf(pool->values.value(VdiVM::HiddenKey));
         QJsonValue shown;
-        if (hidden == QLatin1String("0") || hidden == QLatin1String("1"))
-            shown = hidden == QLatin1String("0");
-        const Ranking ranking = groups.value(pool->values.value(VdiVM::GroupKey));
-        const bool isLead = !ranking.pools.isEmpty() && ranking.pools.constFirst().uuid == pool.key();
+        if (visibility != Rules::Visibility::Undecided)
+            shown = visibility == Rules::Visibility::Shown;
+        const auto group = groups.constFind(pool->values.value(VdiVM::GroupKey));
+        const bool isLead = group != groups.cend() && group->pools.front().uuid == pool.key();
         pools << QJsonObject{{QStringLiteral("uuid"), pool.key()},
                              {QStringLiteral("name"), value(VdiVM::NameKey)},
                              {QStringLiteral("server"), value(VdiVM::ServerIpKey)},
@@ -122,33 +123,39 @@ static QString describeValues(const Values &values)
 }
 
 // What is to be said about a pool's place in its group.
-static QString describePlace(const QString &uuid, const QString &hidden, const Ranking &ranking)
+static QString describePlace(const RankedPool &pool, const Ranking &ranking)
 {
-    if (ranking.pools.isEmpty())
-        return {};
-    const bool isShown = hidden == QLatin1String("0");
-    if (ranking.pools.constFirst().uuid != uuid)
-        return isShown ? QStringLiteral("  <- still shown: not decided since the values changed") : QString();
-    QString lead = QStringLiteral("  <- lead: ") + describeReason(ranking);
-    if (isShown || hidden != QLatin1String("1"))
+    const Rules::Visibility visibility = Rules::visibilityOf(pool.value(VdiVM::HiddenKey));
+    if (&pool != &ranking.pools.front())
+        return visibility == Rules::Visibility::Shown
+                   ? QStringLiteral("  <- still shown: not decided since the values changed")
+                   : QString();
+    const QString lead = QStringLiteral("  <- lead: ") + describeReason(ranking);
+    if (visibility != Rules::Visibility::Hidden)
         return lead;
-    return lead + (ranking.rule == Ranking::ShowsNothing
+    return lead + (ranking.rule == Rules::GroupRule::Nothing
                        ? QStringLiteral("; hidden, since a pool of the group holds an item")
                        : QStringLiteral("; still hidden: not decided since the values changed"));
 }
 
-static void drawPool(QString &text, const QString &label, const StoreCopy::Pool &pool, const QString &place, int width,
-                     const QString &indent)
+static QString describeVisibility(Rules::Visibility visibility)
 {
-    const QString hidden = pool.values.value(VdiVM::HiddenKey);
-    const char *decision = hidden == QLatin1String("0")   ? "SHOWN    "
-                           : hidden == QLatin1String("1") ? "hidden   "
-                                                          : "undecided";
-    QString line = indent + QLatin1String(decision) + QStringLiteral("  ") + label.leftJustified(width) +
-                   QStringLiteral("  ") + describeValues(pool.values);
-    while (line.endsWith(QLatin1Char(' ')))
-        line.chop(1);
-    text += line + place + QLatin1Char('\n');
+    switch (visibility) {
+    case Rules::Visibility::Shown:
+        return QStringLiteral("SHOWN");
+    case Rules::Visibility::Hidden:
+        return QStringLiteral("hidden");
+    case Rules::Visibility::Undecided:
+        break;
+    }
+    return QStringLiteral("undecided");
+}
+
+static void drawPool(QString &text, const QString &label, const StoreCopy::Pool &pool, const QString &place,
+                     const TextTable &table, const QString &indent)
+{
+    const QString decision = describeVisibility(Rules::visibilityOf(pool.values.value(VdiVM::HiddenKey)));
+    text += indent + table.line({decision, label, describeValues(pool.values)}) + place + QLatin1Char('\n');
     const QMap<QString, QString> itemLabels = labels(pool.items);
     for (auto item = pool.items.cbegin(); item != pool.items.cend(); ++item) {
         const QString status = item->values.value(VdiVM::ItemStatusKey);
@@ -163,17 +170,18 @@ static void drawPools(QString &text, const StoreCopy &stored)
     const QMap<QString, QString> poolLabels = labels(stored.pools);
     int width = 0;
     for (const QString &label : poolLabels)
-        width = std::max(width, std::min(label.size(), 40));
+        width = std::max(width, std::min(TextTable::width(label), 40));
+    const TextTable table({9, width});
     for (auto pool = stored.pools.cbegin(); pool != stored.pools.cend(); ++pool) {
         if (pool->values.value(VdiVM::GroupKey).isEmpty())
-            drawPool(text, poolLabels.value(pool.key()), *pool, {}, width, QStringLiteral("  "));
+            drawPool(text, poolLabels.value(pool.key()), *pool, {}, table, QStringLiteral("  "));
     }
     const QMap<QString, Ranking> groups = rankGroups(stored);
     for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
         text += QStringLiteral("  group ") + shortJson(group.key()) + QLatin1Char('\n');
         for (const RankedPool &pool : group->pools)
-            drawPool(text, poolLabels.value(pool.uuid), *stored.pools.constFind(pool.uuid),
-                     describePlace(pool.uuid, pool.value(VdiVM::HiddenKey), *group), width, QStringLiteral("    "));
+            drawPool(text, poolLabels.value(pool.uuid), *stored.pools.constFind(pool.uuid), describePlace(pool, *group),
+                     table, QStringLiteral("    "));
     }
 }
 

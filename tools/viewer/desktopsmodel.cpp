@@ -3,6 +3,8 @@
 
 #include "desktopsmodel.h"
 
+#include "text/rankingtext.h"
+
 #include <vmdatabase/vdivm.h>
 
 #include <QtCore/QSet>
@@ -30,10 +32,7 @@ bool Desktop::operator==(const Desktop &other) const
 
 static Desktop::State stateOf(const StoreCopy::Values &values)
 {
-    const QString hidden = values.value(VdiVM::HiddenKey);
-    return hidden == QLatin1String("0")   ? Desktop::Shown
-           : hidden == QLatin1String("1") ? Desktop::Hidden
-                                          : Desktop::Undecided;
+    return Rules::visibilityOf(values.value(VdiVM::HiddenKey));
 }
 
 static QString nameOr(const StoreCopy::Values &values, const QString &uuid)
@@ -44,7 +43,7 @@ static QString nameOr(const StoreCopy::Values &values, const QString &uuid)
 
 static bool isFailed(const StoreCopy::Values &values)
 {
-    return values.value(VdiVM::FailedToConnectKey).toUInt() != 0;
+    return numberOf(values.value(VdiVM::FailedToConnectKey), VdiVM::FailedToConnectKey).value_or(0) != 0;
 }
 
 Desktop DesktopsModel::desktopOf(const QString &uuid, const StoreCopy::Pool &pool) const
@@ -60,8 +59,7 @@ Desktop DesktopsModel::desktopOf(const QString &uuid, const StoreCopy::Pool &poo
         for (auto it = pool.items.cbegin(); it != pool.items.cend(); ++it) {
             if (desktop.machines.size() == Desktop::mostMachines)
                 break;
-            const bool isActive = it->values.value(VdiVM::ItemActiveKey).toUInt() == 1;
-            if (isActive == active)
+            if (isActive(*it) == active)
                 desktop.machines << Desktop::Machine{nameOr(it->values, it.key()),
                                                      it->values.value(VdiVM::ItemStatusKey), active};
         }
@@ -69,49 +67,26 @@ Desktop DesktopsModel::desktopOf(const QString &uuid, const StoreCopy::Pool &poo
     return desktop;
 }
 
-// As long as nothing that decides has changed, the ranking is the one of before.
-const Ranking &DesktopsModel::rankingOf(const QString &group, const QVector<RankedPool> &pools)
+Desktop DesktopsModel::desktopOf(const QString &group, const RankedPools &pools, const StoreCopy &stored) const
 {
-    const auto decides = [](const RankedPool &a, const RankedPool &b) {
-        const auto same = [&](int key) { return a.value(key) == b.value(key); };
-        return a.uuid == b.uuid && same(VdiVM::FailedToConnectKey) && same(VdiVM::PreferredKey) &&
-               same(VdiVM::PriorityKey);
-    };
-    Known &known = m_rankings[group]; // clazy:exclude=detaching-member (writes)
-    if (known.pools.isEmpty() ||
-        !std::equal(known.pools.cbegin(), known.pools.cend(), pools.cbegin(), pools.cend(), decides))
-        known.ranking = rankPools(pools);
-    known.pools = pools;
-    return known.ranking;
-}
-
-Desktop DesktopsModel::desktopOf(const QString &group, const QVector<RankedPool> &pools, const StoreCopy &stored)
-{
-    const Ranking &ranking = rankingOf(group, pools);
-    QVector<const RankedPool *> order;
-    for (const RankedPool &ranked : ranking.pools) {
-        const auto now = std::find_if(pools.cbegin(), pools.cend(),
-                                      [&](const RankedPool &pool) { return pool.uuid == ranked.uuid; });
-        order << &*now;
-    }
+    const RankedPools order = rankPools(pools).pools;
     // What the library shows goes on top, also where a value has changed since it decided.
     const auto shown = std::find_if(order.cbegin(), order.cend(),
-                                    [](const RankedPool *pool) { return stateOf(pool->values) == Desktop::Shown; });
-    const RankedPool &lead = shown == order.cend() ? *order.constFirst() : **shown;
+                                    [](const RankedPool &pool) { return stateOf(pool.values) == Desktop::Shown; });
+    const RankedPool &lead = shown == order.cend() ? order.front() : *shown;
     Desktop desktop = desktopOf(lead.uuid, *stored.pools.constFind(lead.uuid));
     desktop.group = group;
-    desktop.placeCount = order.size();
-    for (const RankedPool *pool : std::as_const(order)) {
+    desktop.placeCount = int(order.size());
+    for (const RankedPool &pool : order) {
         if (desktop.ranking.size() == Desktop::mostPlaces)
             break;
-        Desktop::Place place{
-            pool->uuid, nameOr(pool->values, pool->uuid), {}, stateOf(pool->values), isFailed(pool->values)};
+        Desktop::Place place{pool.uuid, nameOr(pool.values, pool.uuid), {}, stateOf(pool.values), pool.failed != 0};
         QStringList details;
         if (place.isFailed)
             details << tr("failed");
-        if (pool->number(VdiVM::PreferredKey) != 0)
+        if (pool.isPreferred())
             details << tr("preferred");
-        const QString priority = pool->value(VdiVM::PriorityKey);
+        const QString priority = pool.value(VdiVM::PriorityKey);
         if (!priority.isEmpty())
             details << tr("priority %1").arg(describeNumber(priority, VdiVM::PriorityKey));
         place.detail = details.join(QStringLiteral(", "));
@@ -134,7 +109,7 @@ void DesktopsModel::show(const StoreCopy &stored, const QVector<Change> &changes
     {
         QString group;
         QString uuid;
-        QVector<RankedPool> pools;
+        RankedPools pools;
         bool isChanged = false;
     };
     QVector<Place> places;
@@ -152,12 +127,12 @@ void DesktopsModel::show(const StoreCopy &stored, const QVector<Change> &changes
             places << Place{group, {}, {}, false};
         }
         Place &place = places[at];
-        place.pools << RankedPool{it.key(), it->values, it->items.size(), false};
+        place.pools.push_back(rankedPool(it.key(), *it));
         place.isChanged = place.isChanged || isChanged;
     }
     QVector<Desktop> desktops;
     desktops.reserve(places.size());
-    std::fill(std::begin(m_counts), std::end(m_counts), 0);
+    m_counts.clear();
     for (const Place &place : std::as_const(places)) {
         Desktop desktop = place.group.isNull() ? desktopOf(place.uuid, *stored.pools.constFind(place.uuid))
                                                : desktopOf(place.group, place.pools, stored);
@@ -217,12 +192,12 @@ QModelIndex DesktopsModel::indexOfPool(const QString &uuid) const
 QString DesktopsModel::summary() const
 {
     QStringList parts;
-    if (m_counts[Desktop::Shown] > 0)
-        parts << tr("%1 shown").arg(m_counts[Desktop::Shown]);
-    if (m_counts[Desktop::Hidden] > 0)
-        parts << tr("%1 hidden").arg(m_counts[Desktop::Hidden]);
-    if (m_counts[Desktop::Undecided] > 0)
-        parts << tr("%1 undecided").arg(m_counts[Desktop::Undecided]);
+    if (m_counts.value(Desktop::Shown) > 0)
+        parts << tr("%1 shown").arg(m_counts.value(Desktop::Shown));
+    if (m_counts.value(Desktop::Hidden) > 0)
+        parts << tr("%1 hidden").arg(m_counts.value(Desktop::Hidden));
+    if (m_counts.value(Desktop::Undecided) > 0)
+        parts << tr("%1 undecided").arg(m_counts.value(Desktop::Undecided));
     return parts.isEmpty() ? tr("none") : parts.join(QStringLiteral(", "));
 }
 

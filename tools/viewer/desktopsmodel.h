@@ -12,7 +12,10 @@
 /// What a user's client would draw at one moment: a desktop, which is a pool or a group of pools.
 struct Desktop
 {
-    enum State { Shown, Hidden, Undecided };
+    using State = Rules::Visibility;
+    static constexpr State Shown = State::Shown;
+    static constexpr State Hidden = State::Hidden;
+    static constexpr State Undecided = State::Undecided;
     struct Machine
     {
         QString name;
@@ -68,19 +71,12 @@ public:
     QVariant data(const QModelIndex &index, int role) const override;
 
 private:
-    const Ranking &rankingOf(const QString &group, const QVector<RankedPool> &pools);
     Desktop desktopOf(const QString &uuid, const StoreCopy::Pool &pool) const;
-    Desktop desktopOf(const QString &group, const QVector<RankedPool> &pools, const StoreCopy &stored);
+    Desktop desktopOf(const QString &group, const RankedPools &pools, const StoreCopy &stored) const;
 
-    struct Known
-    {
-        QVector<RankedPool> pools;
-        Ranking ranking;
-    };
-    QHash<QString, Known> m_rankings; // by group
     QVector<Desktop> m_desktops;
     StoreCopy m_stored;
     QVector<Change> m_changes;
-    int m_counts[3] = {}; // by state, of all desktops
+    QMap<Desktop::State, int> m_counts; // of all desktops
     bool m_showsHidden = true;
 };

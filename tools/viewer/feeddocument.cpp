@@ -3,11 +3,11 @@
 
 #include "feeddocument.h"
 
-#include "analysis/check.h"
 #include "feed/feedreader.h"
 #include "feed/json.h"
 #include "operations/operations.h"
 #include "store/feedplayer.h"
+#include "text/checktext.h"
 #include "text/describe.h"
 #include "threads/overlaps.h"
 
@@ -114,7 +114,7 @@ void Loading::play(FeedRow &row, const FeedLine &line)
         row.flags |= FeedRow::Conflict;
         report(conflicts.join(QLatin1Char('\n')));
     }
-    const QStringList differences = m_check.compare(line, outcome);
+    const QVector<Difference> differences = m_check.compare(line, outcome);
     if (!outcome.error.isEmpty()) {
         row.flags |= FeedRow::Bad;
         report(outcome.error);
@@ -122,7 +122,8 @@ void Loading::play(FeedRow &row, const FeedLine &line)
     }
     if (!differences.isEmpty()) {
         row.flags |= FeedRow::Different;
-        report(differences.join(QLatin1Char('\n')));
+        for (const Difference &difference : differences)
+            report(toText(difference));
     }
     if (isDecision(operation))
         row.flags |= FeedRow::Decision;

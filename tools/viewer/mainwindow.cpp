@@ -744,7 +744,7 @@ void MainWindow::showWhy()
             QStringLiteral("<p style='color: %1'>%2</p>")
                 .arg(Look::muted(palette()).name(), tr("Select a desktop to see why it is shown or hidden.")));
     else
-        m_why->setHtml(toHtml(explainPool(m_document, row, m_pool), database, palette()));
+        m_why->setHtml(toHtml(explainPool(m_document, row, m_pool), m_pool, palette()));
     m_history.show(m_subject, database, row);
     m_whyTabs->setTabText(1, m_subject ? tr("History of %1")
                                              .arg(m_storeView->fontMetrics().elidedText(

@@ -12,11 +12,11 @@
 class FeedDocument;
 
 /// Why a pool is shown or hidden after \a row, as vmdatabase-replay explains it there. Reads only the lines that the
-/// explanation can depend on.
-Explanation explainPool(const FeedDocument &document, int row, const QString &pool);
+/// explanation can depend on. None if no call has added the pool yet.
+std::optional<PoolExplanation> explainPool(const FeedDocument &document, int row, const QString &pool);
 
-/// The explanation for a text browser. Places are links, "line:58".
-QString toHtml(const Explanation &explanation, int database, const QPalette &palette);
+/// The explanation in the user's colours. Places are links, "line:58".
+QString toHtml(const std::optional<PoolExplanation> &explanation, const QString &pool, const QPalette &palette);
 
 /// Every change of a value, machine, pool or application up to a row.
 class HistoryModel : public QAbstractTableModel
