@@ -30,6 +30,7 @@ private Q_SLOTS:
 
     void copyIsTheStore_data();
     void copyIsTheStore();
+    void sinceThen();
     void views_data();
     void views();
 };
@@ -243,6 +244,74 @@ void tst_Feed::copyIsTheStore()
                      ("stored: " + it.key().toUtf8() + ", feed:\n" + feed).constData());
         QCOMPARE(sum.size(), whole.size());
     }
+}
+
+/// "Since then" is empty only if the same decision would write the same values and rank alike.
+void tst_Feed::sinceThen()
+{
+    static const QList<QJsonArray> decisions{{u"dealVmPools"_s},
+                                             {u"dealVmGroupPool"_s},
+                                             {u"wheelVmGroup"_s, u"G"_s},
+                                             {u"wheelVmGroup"_s, u""_s},
+                                             {u"setPoolNodeValue"_s, u"a"_s, VdiVM::HiddenKey, u"0"_s}};
+    std::mt19937 random(1);
+    const auto pick = [&](const auto &list) { return *(std::begin(list) + random() % std::size(list)); };
+    const auto anyChange = [&]() -> QJsonArray {
+        static constexpr int deciding[] = {VdiVM::AllowMultiDynamicKey, VdiVM::PoolTypeKey, VdiVM::PriorityKey,
+                                           VdiVM::FailedToConnectKey, VdiVM::PreferredKey};
+        const QString pool = pick(QStringList{u"a"_s, u"b"_s, u"c"_s});
+        switch (random() % 6) {
+        case 0:
+            return {u"setPoolNodeValue"_s, pool, VdiVM::GroupKey, pick(QStringList{u"G"_s, u"H"_s, u""_s})};
+        case 1:
+            return {u"setNodeValue"_s, pool, u"i"_s, 2, VdiVM::ItemActiveKey, pick(QStringList{u"0"_s, u"1"_s})};
+        case 2:
+            return {pick(QStringList{u"removeNode"_s, u"removeChildrenByParentUuid"_s}), pool};
+        default:
+            return {u"setPoolNodeValue"_s, pool, pick(deciding), pick(QStringList{u"0"_s, u"1"_s, u"2"_s, u"3"_s})};
+        }
+    };
+    const auto order = [](const Ranking &ranking) {
+        QStringList pools;
+        for (const RankedPool &pool : ranking.pools)
+            pools << pool.uuid;
+        return pools;
+    };
+    int emptyCount = 0, otherCount = 0;
+    for (int feed = 0; feed < 4000; ++feed) {
+        FeedPlayer player(FeedPlayer::FollowsChanges);
+        Explanation explanation(u"a"_s);
+        QByteArray played;
+        const auto play = [&](const QJsonArray &call) {
+            FeedLine line;
+            line.kind = FeedLine::Call;
+            line.call = call;
+            played += formatLine(line) + '\n';
+            LiveObjects::ownLeftPolicies();
+            const Outcome outcome = player.play(line);
+            explanation.follow({{u"f"_s, 1}, line, outcome, player.stored()});
+        };
+        for (int i = 0; i < 12; ++i)
+            play(anyChange());
+        play(pick(decisions));
+        for (int i = int(random() % 4); i > 0; --i)
+            play(anyChange());
+        if (explanation.databases().isEmpty())
+            continue;
+        const PoolExplanation before = explanation.at(1, player.stored());
+        if (before.removed || !before.decision || !before.decision->kind)
+            continue;
+        ++(before.later.isEmpty() ? emptyCount : otherCount);
+        if (!before.later.isEmpty())
+            continue;
+        const QString failed = player.stored().pools[u"a"_s].values.value(VdiVM::FailedToConnectKey);
+        play(before.decision->event.call);
+        const PoolExplanation after = explanation.at(1, player.stored());
+        QVERIFY2(after.hidden == before.hidden, played);
+        QVERIFY2(player.stored().pools[u"a"_s].values.value(VdiVM::FailedToConnectKey) == failed, played);
+        QVERIFY2(order(after.decision->ranking) == order(before.decision->ranking), played);
+    }
+    QVERIFY2(emptyCount > 50 && otherCount > 50, QByteArray::number(emptyCount) + ' ' + QByteArray::number(otherCount));
 }
 
 /// What one of the views makes of a feed: "history p/i:3" for example.
