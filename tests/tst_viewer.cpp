@@ -211,9 +211,9 @@ void tst_Viewer::moments()
         for (const Change &change : outcome.changes) {
             const bool isWhole = change.kind == Change::Added || change.kind == Change::Removed;
             marks << describeSubject(change) + u' ' + describeAspect(change) + u' ' +
-                         (isWhole                   ? describeAspect(change)
-                          : change.before.isEmpty() ? describeValues(change).section(u" -> "_s, 0, 0)
-                                                    : change.before);
+                         (isWhole                                       ? describeAspect(change)
+                          : change.before.value_or(QString()).isEmpty() ? describeBefore(change)
+                                                                        : *change.before);
         }
         marks.sort();
         dumps << drawDump(player.stored(line.database));

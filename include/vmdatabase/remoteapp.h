@@ -46,6 +46,8 @@ public:
     const QJsonObject &getControlPolicy() const;
 
 private:
+    friend class VmStoreInspection;
+
     QMap<int, QString> values;
     QReadWriteLock valueLock;  // guards values, and only values
     QJsonObject controlPolicy; // guarded by no lock

@@ -280,5 +280,7 @@ Q_SIGNALS:
     void remoteAppsUpdated();
 
 private:
+    friend class VmStoreInspection;
+
     VmDatabasePrivate *d; // owned; null once closed
 };

@@ -47,6 +47,7 @@ public:
 
 private:
     friend class VmRecordAccess;
+    friend class VmStoreInspection;
 
     QMap<int, QString> values;
     QReadWriteLock valueLock;    // guards values and valueCache, and only these

@@ -32,6 +32,8 @@ public:
     void clear();
 
 private:
+    friend class VmStoreInspection;
+
     QMap<int, QString> values;
     QReadWriteLock valueLock; // guards values, and only values
 };

@@ -60,6 +60,7 @@ public:
 
 private:
     friend class VmRecordAccess;
+    friend class VmStoreInspection;
 
     QMap<QString, VmNode *> items; // owned; guarded by no lock
 

@@ -44,6 +44,7 @@ unsigned Explanation::factsChangedBy(const Change &change)
     }
     case Change::PolicyValue:
     case Change::ControlPolicy:
+    case Change::Recorded:
         break;
     }
     return 0;

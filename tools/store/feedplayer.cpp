@@ -161,7 +161,7 @@ Outcome FeedPlayer::play(const FeedLine &line)
     } else {
         Database &database = open(line.database);
         if (m_following == FollowsChanges)
-            outcome.changes = database.copy.follow({QStringLiteral("clear")}, database.database);
+            outcome.changes = database.copy.follow(line.call, database.database);
         m_databases.erase(line.database);
     }
     m_emitted = nullptr;

@@ -3,241 +3,158 @@
 
 #include "storecopy.h"
 
-#include "feed/json.h"
-#include "operations/keynames.h"
+#include "operations/operations.h"
 
-#include <vmdatabase/vmdatabase.h>
-
-#include <QtCore/QHash>
-
-#include <limits>
+#include "inspection_p.h"
 
 namespace {
+
+using Values = StoreCopy::Values;
 
 // Looks at what one call may have changed.
 class Follower
 {
 public:
-    Follower(StoreCopy &copy, VmDatabase &database, const QJsonArray &call)
+    Follower(StoreCopy &copy, VmDatabase &database, const Call &call)
         : m_copy(copy)
         , m_database(database)
+        , m_store(database)
         , m_call(call)
     {}
 
-    void poolCall();    // parentUuid or uuid, key
-    void nodeCall();    // parentUuid, uuid, type, key
-    void policyCall();  // parentUuid, uuid, type, key
-    void poolMention(); // parentUuid
-    void turnWheel();   // group
-    void dealGroups();
-    void dealPools();
-    void removeNode();     // uuid
-    void removeServer();   // serverIp
-    void removeChildren(); // parentUuid
-    void removeFamily();   // parentUuid
-    void setRemoteApp();   // appId, key
-    void listRemoteApp();  // appId
-    void setControlPolicy();
-    void deleteRemoteApp();
-    void clearRemoteApps();
-    void setSaasApp(); // appId, key
-    void clearSaasApps();
-    void clear();
+    void follow();
+    void close();
 
     QVector<Change> changes;
 
 private:
-    QString text(int argument) const { return m_call.at(argument).toString(); }
-    int number(int argument, NamedNumbers names) const { return numberIn(m_call.at(argument), names); }
+    bool findPool();
+    void readNode();
+    void readPolicy();
+    void readDecision();
+    void removeNode();
+    void removeServer();
+    void removeItems();
+    void listRemoteApp();
+    void readRemoteApp();
+    void readControlPolicy();
+    void readSaasApp();
+    void removeApps(Change::Table table);
 
-    bool findPool(const QString &uuid);
-    bool itemExists(const QString &pool, const QString &item, const QString &knownUuid) const;
-    bool findItem(const QString &pool, const QString &item);
-    void read(const QString &pool, int key);
-    void read(const QString &pool, StoreCopy::Values &values, int key);
-    void read(const QString &pool, const QString &item, int key);
-    void removePool(const QString &uuid);
-    void removeItem(const QString &pool, const QString &item);
+    bool findItem();
+    void readValue(const Values &known, const Values *stored, Change where);
+    void readAppValue(Change::Table table, int key, const QString &value);
+    void add(const Change &change);
 
-    static QString known(const StoreCopy::Values &values, int key) { return values.value(key); }
-    void add(Change change);
-    void addValue(StoreCopy::Values &values, int key, const QString &after, const Change &where);
+    static Change pool(Change::Kind kind, const QString &pool, const std::optional<QString> &item = {})
+    {
+        return {Change::Pools, kind, pool, item, 0, 0, {}, {}};
+    }
 
     StoreCopy &m_copy;
     VmDatabase &m_database;
-    const QJsonArray &m_call;
+    const VmStoreInspection m_store;
+    const Call &m_call;
 };
 
-void Follower::add(Change change)
+void Follower::add(const Change &change)
 {
-    changes << std::move(change);
+    m_copy.apply(change);
+    changes << change;
 }
 
-// What the library answers under a key, in the place of what was known.
-void Follower::addValue(StoreCopy::Values &values, int key, const QString &after, const Change &where)
+// What is stored under the key of \a where, in the place of what was known.
+void Follower::readValue(const Values &known, const Values *stored, Change where)
 {
-    const auto it = values.constFind(key);
-    const QString before = it == values.cend() ? QString() : *it;
-    if (before.isNull() == after.isNull() && before == after)
+    const auto now = stored ? stored->constFind(where.key) : Values::const_iterator();
+    if (!stored || now == stored->cend())
         return;
-    values.insert(key, after);
-    const bool isPoolOrItem = where.kind == Change::Value && where.table == Change::Pools;
-    if (isPoolOrItem && key == VdiVM::UuidKey && before.isNull() && after == where.item.value_or(where.id))
-        return; // goes without saying
-    changes << where;
-    changes.last().key = key;
-    changes.last().before = before;
-    changes.last().after = after;
+    const auto before = known.constFind(where.key);
+    if (before != known.cend() && before->isNull() == now->isNull() && *before == *now)
+        return;
+    if (before != known.cend())
+        where.before = *before;
+    where.after = *now;
+    add(where);
 }
 
-void Follower::read(const QString &pool, int key)
+// Whether the pool that the call names exists, known before or not.
+bool Follower::findPool()
 {
-    read(pool, m_copy.pools[pool].values, key);
-}
-
-void Follower::read(const QString &pool, StoreCopy::Values &values, int key)
-{
-    addValue(values, key, m_database.getPoolNodeValue(pool, key),
-             {Change::Pools, Change::Value, pool, {}, 0, 0, {}, {}});
-}
-
-void Follower::read(const QString &pool, const QString &item, int key)
-{
-    addValue(m_copy.pools[pool].items[item].values, key, m_database.getNodeValue(pool, item, VdiVM::ItemNode, key),
-             {Change::Pools, Change::Value, pool, item, 0, 0, {}, {}});
-}
-
-// Whether the pool exists, known before or not.
-bool Follower::findPool(const QString &uuid)
-{
-    if (m_copy.pools.contains(uuid))
+    if (m_copy.pools.contains(m_call.id()))
         return true;
-    if (uuid.isEmpty() || m_database.getItemTypeByUuid(uuid) != VdiVM::PoolNode)
+    if (!m_store.values(m_call.id()))
         return false;
-    m_copy.pools.insert(uuid, {});
-    add({Change::Pools, Change::Added, uuid, {}, 0, 0, {}, {}});
-    read(uuid, VdiVM::UuidKey);
+    add(pool(Change::Added, m_call.id()));
     return true;
 }
 
-// An unknown item answers an empty text, an item its uuid, or whatever a client wrote over it.
-bool Follower::itemExists(const QString &pool, const QString &item, const QString &knownUuid) const
+bool Follower::findItem()
 {
-    const QString uuid = m_database.getNodeValue(pool, item, VdiVM::ItemNode, VdiVM::UuidKey);
-    if (uuid.isNull() || !uuid.isEmpty())
+    const auto &items = m_copy.pools.constFind(m_call.id())->items;
+    if (items.contains(m_call.item()))
         return true;
-    if (knownUuid.isNull() || !knownUuid.isEmpty())
+    const Values *stored = m_store.values(m_call.id(), m_call.item());
+    if (!stored)
         return false;
-    // Only the number of items can say it; that of the known ones has this one in it, or not yet.
-    const auto &items = m_copy.pools.constFind(pool)->items;
-    const int count = m_database.getChildrenByParentUuid(pool).size();
-    return items.contains(item) ? count == items.size() : count > items.size();
-}
-
-bool Follower::findItem(const QString &pool, const QString &item)
-{
-    auto &items = m_copy.pools[pool].items;
-    if (items.contains(item))
-        return true;
-    if (!itemExists(pool, item, item))
-        return false;
-    items.insert(item, {});
-    add({Change::Pools, Change::Added, pool, item, 0, 0, {}, {}});
-    read(pool, item, VdiVM::UuidKey);
-    read(pool, item, VdiVM::ItemActiveKey);
+    add(pool(Change::Added, m_call.id(), m_call.item()));
+    Change active = pool(Change::Value, m_call.id(), m_call.item());
+    active.key = VdiVM::ItemActiveKey; // each has it from the beginning
+    readValue({}, stored, active);
     return true;
 }
 
-void Follower::poolCall()
+void Follower::readNode()
 {
-    if (findPool(text(1)))
-        read(text(1), number(2, NamedNumbers::NodeKeys));
-}
-
-void Follower::nodeCall()
-{
-    const QString pool = text(1);
-    const int key = number(4, NamedNumbers::NodeKeys);
-    if (!findPool(pool))
-        return;
-    if (number(3, NamedNumbers::VmTypes) != VdiVM::ItemNode)
-        read(pool, key);
-    else if (findItem(pool, text(2)))
-        read(pool, text(2), key);
-}
-
-void Follower::policyCall()
-{
-    const QString pool = text(1);
-    const QString item = text(2);
-    const int type = number(3, NamedNumbers::None);
-    const int key = number(4, NamedNumbers::None);
-    if (!findPool(pool) || !findItem(pool, item) || item.isEmpty()) // an item without uuid answers no policy
-        return;
-    auto &policies = m_copy.pools[pool].items[item].policies;
-    const QString value = m_database.getPolicyValue(pool, item, VdiVM::PolicyType(type), key);
-    if (value.isNull())
-        return;
-    // A type without a record answers an empty text for every key, one with a record a null one for an unused key.
-    const int unused = key == std::numeric_limits<int>::min() ? key + 1 : key - 1;
-    if (value.isEmpty() && !policies.value(type).contains(unused) &&
-        !m_database.getPolicyValue(pool, item, VdiVM::PolicyType(type), unused).isNull())
-        return;
-    addValue(policies[type], key, value, {Change::Pools, Change::PolicyValue, pool, item, type, 0, {}, {}});
-}
-
-void Follower::poolMention()
-{
-    findPool(text(1));
-}
-
-void Follower::turnWheel()
-{
-    const QString group = text(1);
-    for (auto pool = m_copy.pools.begin(); pool != m_copy.pools.end(); ++pool) {
-        if (known(pool->values, VdiVM::GroupKey) == group)
-            read(pool.key(), pool->values, VdiVM::HiddenKey);
+    Change where = pool(Change::Value, m_call.id());
+    where.key = m_call.key();
+    if (!m_call.isOfItem()) {
+        readValue(m_copy.pools.constFind(where.id)->values, m_store.values(where.id), where);
+    } else if (findItem()) {
+        where.item = m_call.item();
+        readValue(m_copy.pools.constFind(where.id)->items.constFind(*where.item)->values,
+                  m_store.values(where.id, *where.item), where);
     }
 }
 
-void Follower::dealGroups()
+void Follower::readPolicy()
 {
-    for (auto pool = m_copy.pools.begin(); pool != m_copy.pools.end(); ++pool)
-        read(pool.key(), pool->values, VdiVM::HiddenKey);
+    if (!findItem())
+        return;
+    Change where = pool(Change::PolicyValue, m_call.id(), m_call.item());
+    where.policy = m_call.type();
+    where.key = m_call.key();
+    readValue(m_copy.pools.constFind(where.id)->items.constFind(*where.item)->policies.value(where.policy),
+              m_store.values(where.id, *where.item, where.policy), where);
 }
 
-void Follower::dealPools()
+void Follower::readDecision()
 {
-    for (auto pool = m_copy.pools.begin(); pool != m_copy.pools.end(); ++pool) {
-        read(pool.key(), pool->values, VdiVM::FailedToConnectKey);
-        read(pool.key(), pool->values, VdiVM::HiddenKey);
+    const QList<QString> pools = m_copy.pools.keys();
+    for (const QString &uuid : pools) {
+        const auto known = m_copy.pools.constFind(uuid);
+        if (m_call.subject() == Operation::AboutGroup && known->values.value(VdiVM::GroupKey) != m_call.id())
+            continue;
+        const Values *stored = m_store.values(uuid);
+        for (const int key : {VdiVM::FailedToConnectKey, VdiVM::HiddenKey}) {
+            Change where = pool(Change::Value, uuid);
+            where.key = key;
+            readValue(m_copy.pools.constFind(uuid)->values, stored, where);
+        }
     }
 }
 
-void Follower::removePool(const QString &uuid)
-{
-    m_copy.pools.remove(uuid);
-    add({Change::Pools, Change::Removed, uuid, {}, 0, 0, {}, {}});
-}
-
-void Follower::removeItem(const QString &pool, const QString &item)
-{
-    m_copy.pools[pool].items.remove(item);
-    add({Change::Pools, Change::Removed, pool, item, 0, 0, {}, {}});
-}
-
+// The first pool that is gone, or that has lost the item.
 void Follower::removeNode()
 {
-    const QString uuid = text(1);
-    for (auto pool = m_copy.pools.cbegin(); pool != m_copy.pools.cend(); ++pool) {
-        const auto item = pool->items.constFind(uuid);
-        const bool isPool = known(pool->values, VdiVM::UuidKey) == uuid;
-        if (isPool && m_database.getItemTypeByUuid(pool.key()) != VdiVM::PoolNode) {
-            removePool(QString(pool.key()));
+    const QString uuid = m_call.id();
+    for (auto it = m_copy.pools.cbegin(); it != m_copy.pools.cend(); ++it) {
+        if (it->values.value(VdiVM::UuidKey) == uuid && !m_store.values(it.key())) {
+            add(pool(Change::Removed, QString(it.key())));
             return;
         }
-        if (item != pool->items.cend() && !itemExists(pool.key(), uuid, known(item->values, VdiVM::UuidKey))) {
-            removeItem(QString(pool.key()), uuid);
+        if (it->items.contains(uuid) && !m_store.values(it.key(), uuid)) {
+            add(pool(Change::Removed, QString(it.key()), uuid));
             return;
         }
     }
@@ -246,153 +163,193 @@ void Follower::removeNode()
 void Follower::removeServer()
 {
     const QList<QString> pools = m_copy.pools.keys();
-    for (const QString &pool : pools) {
-        if (known(m_copy.pools[pool].values, VdiVM::ServerIpKey) == text(1) &&
-            m_database.getItemTypeByUuid(pool) != VdiVM::PoolNode)
-            removePool(pool);
+    for (const QString &uuid : pools) {
+        if (m_copy.pools.constFind(uuid)->values.value(VdiVM::ServerIpKey) == m_call.id() && !m_store.values(uuid))
+            add(pool(Change::Removed, uuid));
     }
 }
 
-void Follower::removeChildren()
+void Follower::removeItems()
 {
-    const QString pool = text(1);
-    const auto it = m_copy.pools.constFind(pool);
-    if (it == m_copy.pools.cend() || !m_database.getChildrenByParentUuid(pool).isEmpty())
-        return;
-    const QList<QString> items = it->items.keys();
-    for (const QString &item : items)
-        removeItem(pool, item);
-}
-
-void Follower::removeFamily()
-{
-    removeChildren();
-    removeNode();
-}
-
-void Follower::setRemoteApp()
-{
-    const QString id = text(1);
-    if (!m_copy.remoteApps.contains(id))
-        add({Change::RemoteApps, Change::Added, id, {}, 0, 0, {}, {}});
-    StoreCopy::App &app = m_copy.remoteApps[id];
-    const bool isNew = !std::exchange(app.hasRecord, true);
-    const int key = number(2, NamedNumbers::AppKeys);
-    for (const int read : {int(VdiVM::AppIdKey), key}) {
-        const QString value = m_database.getRemoteAppValue(id, read);
-        if ((isNew || read == key) && !value.isEmpty())
-            addValue(app.values, read, value, {Change::RemoteApps, Change::Value, id, {}, 0, 0, {}, {}});
+    const QList<QString> items = m_copy.pools.value(m_call.id()).items.keys();
+    for (const QString &item : items) {
+        if (!m_store.values(m_call.id(), item))
+            add(pool(Change::Removed, m_call.id(), item));
     }
 }
 
 void Follower::listRemoteApp()
 {
-    const QString id = text(1);
-    if (m_copy.remoteApps.contains(id))
-        return;
-    m_copy.remoteApps.insert(id, {});
-    add({Change::RemoteApps, Change::Added, id, {}, 0, 0, {}, {}});
+    if (!m_copy.remoteApps.contains(m_call.id()))
+        add({Change::RemoteApps, Change::Added, m_call.id(), {}, 0, 0, {}, {}});
 }
 
-void Follower::setControlPolicy()
+// Applications keep no empty text.
+void Follower::readAppValue(Change::Table table, int key, const QString &value)
+{
+    const auto &apps = table == Change::RemoteApps ? m_copy.remoteApps : m_copy.saasApps;
+    const Values stored{{key, value}};
+    if (!value.isEmpty())
+        readValue(apps.constFind(m_call.id())->values, &stored,
+                  {table, Change::Value, m_call.id(), {}, 0, key, {}, {}});
+}
+
+void Follower::readRemoteApp()
 {
     listRemoteApp();
-    StoreCopy::App &app = m_copy.remoteApps[text(1)];
-    const QJsonObject &policy = m_database.getRemoteAppControlPolicy(text(1));
-    if (!app.hasRecord || policy == app.controlPolicy)
-        return;
-    add({Change::RemoteApps,
-         Change::ControlPolicy,
-         text(1),
-         {},
-         0,
-         0,
-         compactJson(app.controlPolicy),
-         compactJson(policy)});
-    app.controlPolicy = policy;
+    const QString id = m_call.id();
+    if (!m_copy.remoteApps.constFind(id)->hasRecord)
+        readAppValue(Change::RemoteApps, VdiVM::AppIdKey, m_database.getRemoteAppValue(id, VdiVM::AppIdKey));
+    readAppValue(Change::RemoteApps, m_call.key(), m_database.getRemoteAppValue(id, m_call.key()));
+    if (!m_copy.remoteApps.constFind(id)->hasRecord && m_store.remoteAppValues(id))
+        add({Change::RemoteApps, Change::Recorded, id, {}, 0, 0, {}, {}});
 }
 
-void Follower::deleteRemoteApp()
+void Follower::readControlPolicy()
 {
-    if (m_copy.remoteApps.remove(text(1)) > 0)
-        add({Change::RemoteApps, Change::Removed, text(1), {}, 0, 0, {}, {}});
+    const QJsonObject before = m_copy.remoteApps.constFind(m_call.id())->controlPolicy;
+    const QJsonObject after = m_database.getRemoteAppControlPolicy(m_call.id());
+    if (before != after)
+        add({Change::RemoteApps, Change::ControlPolicy, m_call.id(), {}, 0, 0, {}, {}, before, after});
 }
 
-void Follower::clearRemoteApps()
+void Follower::readSaasApp()
 {
-    const QList<QString> ids = m_copy.remoteApps.keys();
+    if (!m_copy.saasApps.contains(m_call.id()))
+        add({Change::SaasApps, Change::Added, m_call.id(), {}, 0, 0, {}, {}});
+    readAppValue(Change::SaasApps, m_call.key(), m_database.getSaasAppValue(m_call.id(), m_call.key()));
+}
+
+void Follower::removeApps(Change::Table table)
+{
+    const QList<QString> ids = table == Change::RemoteApps ? m_copy.remoteApps.keys() : m_copy.saasApps.keys();
     for (const QString &id : ids)
-        add({Change::RemoteApps, Change::Removed, id, {}, 0, 0, {}, {}});
-    m_copy.remoteApps.clear();
+        add({table, Change::Removed, id, {}, 0, 0, {}, {}});
 }
 
-void Follower::setSaasApp()
-{
-    const QString id = text(1);
-    if (!m_copy.saasApps.contains(id))
-        add({Change::SaasApps, Change::Added, id, {}, 0, 0, {}, {}});
-    StoreCopy::App &app = m_copy.saasApps[id];
-    app.hasRecord = true;
-    const int key = number(2, NamedNumbers::AppKeys);
-    const QString value = m_database.getSaasAppValue(id, key);
-    if (!value.isEmpty())
-        addValue(app.values, key, value, {Change::SaasApps, Change::Value, id, {}, 0, 0, {}, {}});
-}
-
-void Follower::clearSaasApps()
-{
-    const QList<QString> ids = m_copy.saasApps.keys();
-    for (const QString &id : ids)
-        add({Change::SaasApps, Change::Removed, id, {}, 0, 0, {}, {}});
-    m_copy.saasApps.clear();
-}
-
-void Follower::clear()
+void Follower::close()
 {
     const QList<QString> pools = m_copy.pools.keys();
-    for (const QString &pool : pools)
-        removePool(pool);
-    clearRemoteApps();
-    clearSaasApps();
+    for (const QString &uuid : pools)
+        add(pool(Change::Removed, uuid));
+    removeApps(Change::RemoteApps);
+    removeApps(Change::SaasApps);
     m_copy.isClosed = true;
 }
 
-using Step = void (Follower::*)();
+void Follower::follow()
+{
+    const bool writes = m_call.has(Operation::Writes);
+    const bool removes = m_call.has(Operation::Removes);
+    switch (m_call.subject()) {
+    case Operation::AboutPool:
+    case Operation::AboutNode:
+        if (findPool() && writes)
+            readNode();
+        break;
+    case Operation::AboutPolicy:
+        if (findPool() && writes)
+            readPolicy();
+        break;
+    case Operation::AboutFamily:
+        removeItems();
+        removeNode();
+        break;
+    case Operation::AboutItems:
+        if (removes)
+            removeItems();
+        break;
+    case Operation::AboutStoredUuid:
+        if (removes)
+            removeNode();
+        break;
+    case Operation::AboutServer:
+        if (removes)
+            removeServer();
+        break;
+    case Operation::AboutGroup:
+    case Operation::AboutGroups:
+    case Operation::AboutPools:
+        if (m_call.has(Operation::Decides))
+            readDecision();
+        break;
+    case Operation::AboutRemoteApp:
+        if (writes)
+            readRemoteApp();
+        else if (m_copy.remoteApps.contains(m_call.id()))
+            add({Change::RemoteApps, Change::Removed, m_call.id(), {}, 0, 0, {}, {}});
+        break;
+    case Operation::AboutControlPolicy:
+        listRemoteApp();
+        if (writes)
+            readControlPolicy();
+        break;
+    case Operation::AboutRemoteApps:
+        if (removes)
+            removeApps(Change::RemoteApps);
+        break;
+    case Operation::AboutSaasApp:
+        readSaasApp();
+        break;
+    case Operation::AboutSaasApps:
+        removeApps(Change::SaasApps);
+        break;
+    case Operation::AboutDatabase:
+    case Operation::AboutNothing:
+        break;
+    }
+}
 
 } // namespace
 
 QVector<Change> StoreCopy::follow(const QJsonArray &call, VmDatabase &database)
 {
-    // What is not here changes nothing.
-    static const QHash<QString, Step> steps{
-        {QStringLiteral("getPoolNodeValue"), &Follower::poolMention},
-        {QStringLiteral("getNodeValue"), &Follower::poolMention},
-        {QStringLiteral("getPolicyValue"), &Follower::poolMention},
-        {QStringLiteral("getResourceNameByParentUuid"), &Follower::poolMention},
-        {QStringLiteral("setPoolNodeValue"), &Follower::poolCall},
-        {QStringLiteral("setNodeValue"), &Follower::nodeCall},
-        {QStringLiteral("resetNodeValue"), &Follower::nodeCall},
-        {QStringLiteral("setPolicyValue"), &Follower::policyCall},
-        {QStringLiteral("wheelVmGroup"), &Follower::turnWheel},
-        {QStringLiteral("dealVmPools"), &Follower::dealPools},
-        {QStringLiteral("dealVmGroupPool"), &Follower::dealGroups},
-        {QStringLiteral("removeNode"), &Follower::removeNode},
-        {QStringLiteral("removeNodesByServerIp"), &Follower::removeServer},
-        {QStringLiteral("removeChildrenByParentUuid"), &Follower::removeChildren},
-        {QStringLiteral("removeFamilyByParentUuid"), &Follower::removeFamily},
-        {QStringLiteral("setRemoteAppValue"), &Follower::setRemoteApp},
-        {QStringLiteral("getRemoteAppControlPolicy"), &Follower::listRemoteApp},
-        {QStringLiteral("setRemoteAppControlPolicy"), &Follower::setControlPolicy},
-        {QStringLiteral("deleteRemoteApp"), &Follower::deleteRemoteApp},
-        {QStringLiteral("clearRemoteAppList"), &Follower::clearRemoteApps},
-        {QStringLiteral("setSaasAppValue"), &Follower::setSaasApp},
-        {QStringLiteral("clearSaasAppList"), &Follower::clearSaasApps},
-        {QStringLiteral("clear"), &Follower::clear},
-    };
-    Follower follower(*this, database, call);
     if (isClosed)
         return {};
-    if (const Step step = steps.value(call.at(0).toString()))
-        (follower.*step)();
+    const Call made(call);
+    Follower follower(*this, database, made);
+    if (made.has(Operation::Closes))
+        follower.close();
+    else
+        follower.follow();
     return follower.changes;
+}
+
+void StoreCopy::apply(const Change &change)
+{
+    if (change.table != Change::Pools) {
+        auto &apps = change.table == Change::RemoteApps ? remoteApps : saasApps;
+        if (change.kind == Change::Removed) {
+            apps.remove(change.id);
+            return;
+        }
+        App &app = apps[change.id];
+        app.hasRecord = app.hasRecord || change.kind != Change::Added || change.table == Change::SaasApps;
+        if (change.kind == Change::Value)
+            app.values.insert(change.key, change.after);
+        else if (change.kind == Change::ControlPolicy)
+            app.controlPolicy = change.controlAfter;
+        return;
+    }
+    if (change.kind == Change::Removed && !change.item) {
+        pools.remove(change.id);
+        return;
+    }
+    Pool &pool = pools[change.id]; // clazy:exclude=detaching-member (writes)
+    if (change.kind == Change::Removed) {
+        pool.items.remove(*change.item);
+        return;
+    }
+    if (!change.item) {
+        pool.values.insert(change.kind == Change::Added ? int(VdiVM::UuidKey) : change.key,
+                           change.kind == Change::Added ? change.id : change.after);
+        return;
+    }
+    Item &item = pool.items[*change.item]; // clazy:exclude=detaching-member (writes)
+    if (change.kind == Change::Added)
+        item.values.insert(VdiVM::UuidKey, *change.item);
+    else if (change.kind == Change::PolicyValue)
+        item.policies[change.policy].insert(change.key, change.after);
+    else
+        item.values.insert(change.key, change.after);
 }

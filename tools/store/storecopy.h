@@ -18,11 +18,12 @@ struct Change
 {
     enum Table { Pools, RemoteApps, SaasApps };
     enum Kind {
-        Added,         ///< The pool, item or application. Its uuid or id is not a change of its own.
+        Added,         ///< The pool, item or application. A uuid is stored with it, and is not a change of its own.
         Removed,       ///< With all it held.
-        Value,         ///< Under key.
+        Value,         ///< Under key. Makes a record of an application that was only listed.
         PolicyValue,   ///< Of an item, under policy and key.
-        ControlPolicy, ///< Of a remote application; before and after are JSON.
+        ControlPolicy, ///< Of a remote application: controlBefore and controlAfter.
+        Recorded,      ///< An application has a record, though it holds no value.
     };
     Table table = Pools;
     Kind kind = Value;
@@ -30,13 +31,14 @@ struct Change
     std::optional<QString> item; ///< The item's uuid, unless it is the pool or the application itself.
     int policy = 0;
     int key = 0;
-    QString before; ///< Null for none.
+    std::optional<QString> before; ///< None if there was no value.
     QString after;
+    QJsonObject controlBefore = {};
+    QJsonObject controlAfter = {};
 };
 
-/// Everything that the calls of a feed have stored in one database. The library lists neither the keys of a record nor
-/// its policies; whoever follows every call knows them. The calls say where to look, and what is found there is what
-/// the library answers.
+/// Everything that the calls of a feed have stored in one database. It equals the library's own store after every call: the
+/// calls say where to look, and what is found there is taken over.
 class StoreCopy
 {
 public:
@@ -61,9 +63,13 @@ public:
     QMap<QString, App> remoteApps;
     QMap<QString, App> saasApps;
 
-    /// Takes over what \a call, which has just been made on \a database, changed. Adds nothing to the database.
+    /// Finds what \a call, which has just been made on \a database, changed, and applies it. Adds nothing to the database.
+    /// A call that closes the database, its destructor too, may be made behind it.
     QVector<Change> follow(const QJsonArray &call, VmDatabase &database);
 
-    /// Whether clear() has been called: nothing is stored then, nor ever will be.
+    /// Makes of what was stored before a call what is stored after it, change by change.
+    void apply(const Change &change);
+
+    /// Whether it was closed: nothing is stored then, nor ever will be. follow() knows; no change says so.
     bool isClosed = false;
 };

@@ -33,31 +33,39 @@ QString describeAspect(const Change &change)
         return nameOf(change.key, namesOf(change));
     case Change::PolicyValue:
         return QStringLiteral("policy %1 key %2").arg(change.policy).arg(change.key);
+    case Change::Recorded:
+        return QStringLiteral("record added");
     case Change::ControlPolicy:
         break;
     }
     return QStringLiteral("control policy");
 }
 
-static QString valueText(const Change &change, const QString &value)
+bool hasValues(const Change &change)
 {
-    if (value.isNull())
-        return QStringLiteral("none");
-    if (change.kind == Change::ControlPolicy) // is JSON already
-        return value.size() > 120 ? value.left(120) + QStringLiteral("...") : value;
-    return shortJson(value);
+    return change.kind == Change::Value || change.kind == Change::PolicyValue || change.kind == Change::ControlPolicy;
+}
+
+QString describeBefore(const Change &change)
+{
+    if (change.kind == Change::ControlPolicy)
+        return shortJson(change.controlBefore);
+    return change.before ? shortJson(toJson(*change.before)) : QStringLiteral("none");
+}
+
+QString describeAfter(const Change &change)
+{
+    return change.kind == Change::ControlPolicy ? shortJson(change.controlAfter) : shortJson(toJson(change.after));
 }
 
 QString describeValues(const Change &change)
 {
-    if (change.kind == Change::Added || change.kind == Change::Removed)
-        return {};
-    return valueText(change, change.before) + QStringLiteral(" -> ") + valueText(change, change.after);
+    return hasValues(change) ? describeBefore(change) + QStringLiteral(" -> ") + describeAfter(change) : QString();
 }
 
 QString describeChange(const Change &change)
 {
-    if (change.kind == Change::Added || change.kind == Change::Removed)
+    if (!hasValues(change))
         return describeSubject(change) + QLatin1Char(' ') + describeAspect(change);
     return describeSubject(change) + QStringLiteral(": ") + describeAspect(change) + QLatin1Char(' ') +
            describeValues(change);
@@ -72,20 +80,24 @@ QJsonObject toJson(const Change &change)
         json[change.table == Change::RemoteApps ? QStringLiteral("remoteApp") : QStringLiteral("saasApp")] = change.id;
     if (change.item)
         json[QStringLiteral("item")] = *change.item;
-    if (change.kind == Change::Added || change.kind == Change::Removed) {
-        json[QStringLiteral("change")] = describeAspect(change);
+    if (!hasValues(change)) {
+        json[QStringLiteral("change")] =
+            change.kind == Change::Recorded ? QStringLiteral("record") : describeAspect(change);
+        return json;
+    }
+    if (change.kind == Change::ControlPolicy) {
+        json[QStringLiteral("change")] = QStringLiteral("controlPolicy");
+        json[QStringLiteral("before")] = compactJson(change.controlBefore);
+        json[QStringLiteral("after")] = compactJson(change.controlAfter);
         return json;
     }
     json[QStringLiteral("change")] = QStringLiteral("value");
-    if (change.kind == Change::ControlPolicy)
-        json[QStringLiteral("change")] = QStringLiteral("controlPolicy");
-    else
-        json[QStringLiteral("key")] = change.key;
+    json[QStringLiteral("key")] = change.key;
     if (change.kind == Change::Value && describeAspect(change) != QString::number(change.key))
         json[QStringLiteral("keyName")] = describeAspect(change);
     if (change.kind == Change::PolicyValue)
         json[QStringLiteral("policy")] = change.policy;
-    json[QStringLiteral("before")] = toJson(change.before);
+    json[QStringLiteral("before")] = toJson(change.before.value_or(QString()));
     json[QStringLiteral("after")] = toJson(change.after);
     return json;
 }

@@ -12,8 +12,11 @@ QString describeChange(const Change &change);
 QString describeSubject(const Change &change);
 /// ... what of it: "added", "removed", the name of a key, a policy ...
 QString describeAspect(const Change &change);
-/// ... and the values before and after, none for null; empty if the change has none.
+/// ... and the values before and after: none -> "0". Empty if the change is not one of a value.
 QString describeValues(const Change &change);
+bool hasValues(const Change &change);
+QString describeBefore(const Change &change);
+QString describeAfter(const Change &change);
 
 /// The change whole, for programs.
 QJsonObject toJson(const Change &change);

@@ -11,15 +11,10 @@
 static constexpr int longestOperation = 26; // removeChildrenByParentUuid
 static constexpr int longestKey = 24;       // GatewayAccessStrategyKey
 
-static bool isWhole(const Change &change)
-{
-    return change.kind == Change::Added || change.kind == Change::Removed;
-}
-
 QString describeWhat(const History::Entry &entry)
 {
     QString what = describeAspect(entry.change);
-    if (isWhole(entry.change))
+    if (!hasValues(entry.change))
         what = describeSubject(entry.change) + QLatin1Char(' ') + what;
     else if (entry.change.item)
         what.prepend(shortJson(*entry.change.item) + QLatin1Char(' '));
@@ -29,7 +24,7 @@ QString describeWhat(const History::Entry &entry)
 QString toText(const History::Entry &entry)
 {
     QStringList cells{toText(entry.place), entry.operation, describeWhat(entry)};
-    if (!isWhole(entry.change))
+    if (hasValues(entry.change))
         cells << describeValues(entry.change);
     const TextTable table({TextTable::width(entry.place.file) + 7, longestOperation, longestKey});
     return table.line(cells) +

@@ -11,6 +11,8 @@
 #include "text/describe.h"
 #include "threads/overlaps.h"
 
+#include "rules/visibility_p.h"
+
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QSet>
 
@@ -33,29 +35,14 @@ private:
     QSet<QString> m_texts;
 };
 
-bool isDecision(const QString &operation)
-{
-    return operation == QLatin1String("wheelVmGroup") || operation == QLatin1String("dealVmPools") ||
-           operation == QLatin1String("dealVmGroupPool");
-}
-
-// Whether the client writes the key itself that decisions write.
-bool writesHidden(const QJsonArray &call)
-{
-    const QString operation = call.at(0).toString();
-    const int key = operation == QLatin1String("setPoolNodeValue")                                               ? 2
-                    : operation == QLatin1String("setNodeValue") || operation == QLatin1String("resetNodeValue") ? 4
-                                                                                                                 : -1;
-    return key > 0 && (call.at(key) == VdiVM::HiddenKey || call.at(key) == QLatin1String("HiddenKey"));
-}
-
 // Whether a user would see it: a pool that the library has shown or hidden, or a shown one that is gone.
 bool changesShown(const Change &change, const StoreCopy &before)
 {
     if (change.table != Change::Pools || change.item)
         return false;
     if (change.kind == Change::Removed)
-        return before.pools.value(change.id).values.value(VdiVM::HiddenKey) == QLatin1String("0");
+        return Rules::visibilityOf(before.pools.value(change.id).values.value(VdiVM::HiddenKey)) ==
+               Rules::Visibility::Shown;
     return change.kind == Change::Value && change.key == VdiVM::HiddenKey;
 }
 
@@ -100,10 +87,8 @@ void Loading::play(FeedRow &row, const FeedLine &line)
 {
     // Only removals need to know what was there; a copy costs nothing but the next change.
     StoreCopy before;
-    const QString operation = line.operation();
-    const bool removes = operation.startsWith(QLatin1String("remove")) || operation.contains(QLatin1String("clear")) ||
-                         operation[0] == u'~';
-    if (removes)
+    const Call call(line.call);
+    if (call.has(Operation::Removes))
         before = m_player.stored(line.database);
     Outcome outcome = m_player.play(line);
     row.database = line.database;
@@ -125,16 +110,14 @@ void Loading::play(FeedRow &row, const FeedLine &line)
         for (const Difference &difference : differences)
             report(toText(difference));
     }
-    if (isDecision(operation))
+    if (call.has(Operation::Decides))
         row.flags |= FeedRow::Decision;
-    if (operation == QLatin1String("dealVmPools"))
+    if (call.has(Operation::Decides) && call.subject() == Operation::AboutPools)
         row.flags |= FeedRow::DecidesAll;
-    if (writesHidden(line.call))
+    if (call.has(Operation::Writes) && call.isOfPool() && call.key() == VdiVM::HiddenKey)
         row.flags |= FeedRow::WritesHidden;
-    if (operation == QLatin1String("clear"))
-        row.flags |= FeedRow::Closes;
-    else if (operation == QLatin1String("~VmDatabase"))
-        row.flags |= FeedRow::Destroys;
+    if (call.has(Operation::Closes))
+        row.flags |= call.operation()->life == Operation::Destructor ? FeedRow::Destroys : FeedRow::Closes;
     if (!outcome.answer.isUndefined()) {
         row.answer = shortJson(outcome.answer);
         m_texts.share(row.answer);
@@ -150,7 +133,8 @@ void Loading::play(FeedRow &row, const FeedLine &line)
         if (changesShown(change, before))
             row.flags |= FeedRow::ChangesShown;
         m_texts.share(change.id);
-        m_texts.share(change.before);
+        if (change.before)
+            m_texts.share(*change.before);
         m_texts.share(change.after);
         if (change.item)
             m_texts.share(*change.item);
@@ -449,44 +433,6 @@ int FeedDocument::findCall(int row, bool forward) const
     return findRow(row, rowCount(), forward, [&](int i) { return this->row(i).kind == FeedLine::Call; });
 }
 
-static void apply(const Change &change, StoreCopy &store)
-{
-    if (change.table == Change::Pools) {
-        if (change.kind == Change::Removed && !change.item) {
-            store.pools.remove(change.id);
-            return;
-        }
-        StoreCopy::Pool &pool = store.pools[change.id]; // clazy:exclude=detaching-member (writes)
-        if (change.kind == Change::Removed) {
-            pool.items.remove(*change.item);
-            return;
-        }
-        if (change.kind == Change::PolicyValue) {
-            pool.items[*change.item].policies[change.policy].insert(change.key, change.after);
-            return;
-        }
-        StoreCopy::Values *values = &pool.values;
-        if (change.item)
-            values = &pool.items[*change.item].values; // clazy:exclude=detaching-member (writes)
-        if (change.kind == Change::Added)
-            values->insert(VdiVM::UuidKey, change.item ? *change.item : change.id);
-        else
-            values->insert(change.key, change.after);
-        return;
-    }
-    auto &apps = change.table == Change::RemoteApps ? store.remoteApps : store.saasApps;
-    if (change.kind == Change::Removed) {
-        apps.remove(change.id);
-        return;
-    }
-    StoreCopy::App &app = apps[change.id];
-    app.hasRecord = app.hasRecord || change.kind != Change::Added;
-    if (change.kind == Change::Value)
-        app.values.insert(change.key, change.after);
-    else if (change.kind == Change::ControlPolicy)
-        app.controlPolicy = parseLine(change.after.toUtf8()).about;
-}
-
 void FeedDocument::move(Stores &stores, int from, int to) const
 {
     const auto next = m_checkpoints.upperBound(to);
@@ -503,7 +449,7 @@ void FeedDocument::move(Stores &stores, int from, int to) const
             continue;
         StoreCopy &store = stores[row.database];
         for (int j = row.firstChange; j < endOfChanges(i); ++j)
-            apply(m_changes[size_t(j)], store);
+            store.apply(m_changes[size_t(j)]);
         if (row.flags & FeedRow::Closes)
             store.isClosed = true;
         if (row.flags & FeedRow::Destroys)

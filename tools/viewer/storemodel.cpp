@@ -247,7 +247,7 @@ StoreModel::Nodes StoreModel::childrenOf(const Node &node) const
         policy->value = compactJson(app.controlPolicy);
         if (const Change *change = changeOf({subject.table, Change::ControlPolicy, node.id, {}, 0, 0, {}, {}})) {
             policy->mark = Changed;
-            policy->before = change->before;
+            policy->before = compactJson(change->controlBefore);
         }
         nodes.push_back(std::move(policy));
         break;
@@ -518,7 +518,7 @@ QVariant StoreModel::data(const QModelIndex &index, int role) const
             return tr("added");
         if (node.mark == Removed)
             return tr("removed");
-        return node.mark == Changed ? QVariant(node.before.isNull() ? tr("none") : valueText(node.before)) : QVariant();
+        return node.mark == Changed ? QVariant(node.before ? valueText(*node.before) : tr("none")) : QVariant();
     case Qt::AccessibleTextRole:
         if (index.column() == NameColumn && node.mark == Changed)
             return tr("%1, changed").arg(node.label);

@@ -65,7 +65,7 @@ private:
         int number = 0; // the key or policy type
         QString label;
         QString value;
-        QString before;
+        std::optional<QString> before;
         Mark mark = Unchanged;
         bool hasChildren = false;
 

@@ -165,8 +165,6 @@ QVariant HistoryModel::data(const QModelIndex &index, int role) const
         return CallsModel::describe(m_document, entry.row);
     if (role != Qt::DisplayRole)
         return {};
-    const bool hasValues = entry.change.kind != Change::Added && entry.change.kind != Change::Removed;
-    const auto text = [](const QString &value) { return value.isNull() ? tr("none") : shortJson(value); };
     switch (index.column()) {
     case LineColumn:
         return m_document.row(entry.row).line;
@@ -180,9 +178,9 @@ QVariant HistoryModel::data(const QModelIndex &index, int role) const
         return QString((entry.change.item ? shortJson(*entry.change.item) + QLatin1Char(' ') : QString()) +
                        describeAspect(entry.change));
     case BeforeColumn:
-        return hasValues ? text(entry.change.before) : QVariant();
+        return hasValues(entry.change) ? describeBefore(entry.change) : QVariant();
     default:
-        return hasValues ? text(entry.change.after) : QVariant();
+        return hasValues(entry.change) ? describeAfter(entry.change) : QVariant();
     }
 }
 

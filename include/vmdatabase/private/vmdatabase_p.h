@@ -132,7 +132,8 @@ public:
     /// @}
 
 private:
-    friend class VmDatabase; // for the decisions that the facade makes over the tables
+    friend class VmDatabase;        // for the decisions that the facade makes over the tables
+    friend class VmStoreInspection; // for tools, which only look
 
     VmNode *nodeAt(int index);
     RemoteApp *listedRemoteApp(const QString &appId);
