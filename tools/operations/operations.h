@@ -12,6 +12,13 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
+/// What a recording may hide; or the number of a key, whose values all texts of the call are.
+enum Hiding : int {
+    HidesValueOfKey = -1, ///< Texts and answer behind an argument of type `int`, if that is one of the keys.
+    HidesNothing = -2,
+    HidesAnswer = -3,
+};
+
 /// A public operation of VmDatabase: all that is known about it without calling it. The names are those of the header.
 /// operationlist.h has them all; nothing tells operations by how their names begin.
 struct Operation
@@ -46,13 +53,6 @@ struct Operation
         AboutSaasApp,
         AboutSaasApps,
         AboutDatabase,
-    };
-
-    /// What a recording may hide; or the number of a key, whose values all texts of the call are.
-    enum Hiding {
-        HidesValueOfKey = -1, ///< Texts and answer behind an argument of type `int`, if that is one of the keys.
-        HidesNothing = -2,
-        HidesAnswer = -3,
     };
 
     enum Life { Ordinary, Constructor, Destructor };

@@ -6,16 +6,11 @@
 
 #include "listener.h"
 #include "nextfunction.h"
+#include "operations/signature.h"
 #include "recordedcall.h"
-
-#include <vmdatabase/vmdatabase.h>
 
 #include <tuple>
 #include <utility>
-
-template <typename Parameter>
-static constexpr bool isOutput =
-    std::is_lvalue_reference_v<Parameter> && !std::is_const_v<std::remove_reference_t<Parameter>>;
 
 // A call of the client's; where the client made it is the address that the public function returns to.
 template <auto Function, typename Type = decltype(Function)>
@@ -26,7 +21,7 @@ struct ClientCall<Function, Result (VmDatabase::*)(Parameters...)>
 {
     VmDatabase *database;
     const char *operation;
-    int redaction;
+    int hides;
     const void *caller;
 
     Result operator()(Parameters... arguments) const;
@@ -40,8 +35,8 @@ Result ClientCall<Function, Result (VmDatabase::*)(Parameters...)>::operator()(P
     if (!thread)
         return (database->*next)(std::forward<Parameters>(arguments)...);
 
-    RecordedCall call(*thread, database, operation, redaction, caller);
-    (..., (isOutput<Parameters> ? void() : call.addArgument(arguments)));
+    RecordedCall call(*thread, database, operation, hides, caller);
+    (..., (isOutParameter<Parameters> ? void() : call.addArgument(arguments)));
     call.begin();
     if constexpr (std::is_void_v<Result>) {
         (database->*next)(std::forward<Parameters>(arguments)...);
@@ -50,7 +45,7 @@ Result ClientCall<Function, Result (VmDatabase::*)(Parameters...)>::operator()(P
     } else {
         Result answer = (database->*next)(std::forward<Parameters>(arguments)...);
         call.end();
-        if constexpr ((... || isOutput<Parameters>))
+        if constexpr ((... || isOutParameter<Parameters>))
             call.setFound(answer, std::get<sizeof...(Parameters) - 1>(std::tie(arguments...)));
         else
             call.setAnswer(std::as_const(answer));
@@ -59,231 +54,15 @@ Result ClientCall<Function, Result (VmDatabase::*)(Parameters...)>::operator()(P
     }
 }
 
-// NOLINTNEXTLINE(bugprone-macro-parentheses): a member's name
-#define RECORD(name, redaction) (ClientCall<&VmDatabase::name>{this, #name, redaction, __builtin_return_address(0)})
-
-void VmDatabase::clear()
-{
-    return RECORD(clear, RecordedCall::RedactsNothing)();
-}
-
-void VmDatabase::printDatabase()
-{
-    return RECORD(printDatabase, RecordedCall::RedactsNothing)();
-}
-
-QString VmDatabase::getNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key)
-{
-    return RECORD(getNodeValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key);
-}
-
-QString VmDatabase::getPoolNodeValue(const QString &uuid, int key)
-{
-    return RECORD(getPoolNodeValue, RecordedCall::RedactsKey)(uuid, key);
-}
-
-void VmDatabase::setNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key,
-                              const QString &value)
-{
-    return RECORD(setNodeValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key, value);
-}
-
-void VmDatabase::setPoolNodeValue(const QString &uuid, int key, const QString &value)
-{
-    return RECORD(setPoolNodeValue, RecordedCall::RedactsKey)(uuid, key, value);
-}
-
-void VmDatabase::resetNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key)
-{
-    return RECORD(resetNodeValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key);
-}
-
-QString VmDatabase::getPolicyValue(const QString &parentUuid, const QString &uuid, const VdiVM::PolicyType &type,
-                                   int key)
-{
-    return RECORD(getPolicyValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key);
-}
-
-void VmDatabase::setPolicyValue(const QString &parentUuid, const QString &uuid, const VdiVM::PolicyType &type, int key,
-                                const QString &value)
-{
-    return RECORD(setPolicyValue, RecordedCall::RedactsKey)(parentUuid, uuid, type, key, value);
-}
-
-int VmDatabase::getItemCount()
-{
-    return RECORD(getItemCount, RecordedCall::RedactsNothing)();
-}
-
-int VmDatabase::getItemCountByServerIp(const QString &serverIp)
-{
-    return RECORD(getItemCountByServerIp, VdiVM::ServerIpKey)(serverIp);
-}
-
-QString VmDatabase::getItemUuid(int index)
-{
-    return RECORD(getItemUuid, RecordedCall::RedactsNothing)(index);
-}
-
-int VmDatabase::getItemType(int index)
-{
-    return RECORD(getItemType, RecordedCall::RedactsNothing)(index);
-}
-
-int VmDatabase::getItemTypeByUuid(const QString &uuid)
-{
-    return RECORD(getItemTypeByUuid, RecordedCall::RedactsNothing)(uuid);
-}
-
-QString VmDatabase::getParentUuid(const QString &uuid)
-{
-    return RECORD(getParentUuid, RecordedCall::RedactsNothing)(uuid);
-}
-
-QString VmDatabase::getUuidByParentUuid(const QString &parentUuid)
-{
-    return RECORD(getUuidByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
-}
-
-QString VmDatabase::getResourceNameByParentUuid(const QString &parentUuid)
-{
-    return RECORD(getResourceNameByParentUuid, VdiVM::ResourceNameKey)(parentUuid);
-}
-
-QList<QString> VmDatabase::getChildrenByParentUuid(const QString &parentUuid)
-{
-    return RECORD(getChildrenByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
-}
-
-QList<QString> VmDatabase::getVmPoolNameList()
-{
-    return RECORD(getVmPoolNameList, RecordedCall::RedactsNothing)();
-}
-
-void VmDatabase::removeNode(const QString &uuid)
-{
-    return RECORD(removeNode, RecordedCall::RedactsNothing)(uuid);
-}
-
-void VmDatabase::removeNodesByServerIp(const QString &serverIp)
-{
-    return RECORD(removeNodesByServerIp, VdiVM::ServerIpKey)(serverIp);
-}
-
-void VmDatabase::removeChildrenByParentUuid(const QString &parentUuid)
-{
-    return RECORD(removeChildrenByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
-}
-
-void VmDatabase::removeFamilyByParentUuid(const QString &parentUuid)
-{
-    return RECORD(removeFamilyByParentUuid, RecordedCall::RedactsNothing)(parentUuid);
-}
-
-bool VmDatabase::wheelVmGroup(QString group, QString &uuid)
-{
-    return RECORD(wheelVmGroup, VdiVM::GroupKey)(std::move(group), uuid);
-}
-
-void VmDatabase::dealVmPools()
-{
-    return RECORD(dealVmPools, RecordedCall::RedactsNothing)();
-}
-
-void VmDatabase::dealVmGroupPool()
-{
-    return RECORD(dealVmGroupPool, RecordedCall::RedactsNothing)();
-}
-
-int VmDatabase::getAppCount()
-{
-    return RECORD(getAppCount, RecordedCall::RedactsNothing)();
-}
-
-QList<QString> VmDatabase::getAppNames()
-{
-    return RECORD(getAppNames, RecordedCall::RedactsNothing)();
-}
-
-QString VmDatabase::getRemoteAppId(int index)
-{
-    return RECORD(getRemoteAppId, RecordedCall::RedactsNothing)(index);
-}
-
-QString VmDatabase::getRemoteAppValue(QString appId, int key)
-{
-    return RECORD(getRemoteAppValue, RecordedCall::RedactsKey)(std::move(appId), key);
-}
-
-void VmDatabase::setRemoteAppValue(QString appId, int key, const QString &value)
-{
-    return RECORD(setRemoteAppValue, RecordedCall::RedactsKey)(std::move(appId), key, value);
-}
-
-void VmDatabase::deleteRemoteApp(QString appId)
-{
-    return RECORD(deleteRemoteApp, RecordedCall::RedactsNothing)(std::move(appId));
-}
-
-const QJsonObject &VmDatabase::getRemoteAppControlPolicy(QString appId)
-{
-    return RECORD(getRemoteAppControlPolicy, RecordedCall::RedactsNothing)(std::move(appId));
-}
-
-void VmDatabase::setRemoteAppControlPolicy(QString appId, const QJsonObject &policy)
-{
-    return RECORD(setRemoteAppControlPolicy, RecordedCall::RedactsNothing)(std::move(appId), policy);
-}
-
-void VmDatabase::clearRemoteAppList()
-{
-    return RECORD(clearRemoteAppList, RecordedCall::RedactsNothing)();
-}
-
-void VmDatabase::setRemoteAppEnd()
-{
-    return RECORD(setRemoteAppEnd, RecordedCall::RedactsNothing)();
-}
-
-int VmDatabase::getSaasAppCount()
-{
-    return RECORD(getSaasAppCount, RecordedCall::RedactsNothing)();
-}
-
-QString VmDatabase::getSaasAppId(int index)
-{
-    return RECORD(getSaasAppId, RecordedCall::RedactsNothing)(index);
-}
-
-QString VmDatabase::getSaasAppValue(QString appId, int key)
-{
-    return RECORD(getSaasAppValue, RecordedCall::RedactsKey)(std::move(appId), key);
-}
-
-void VmDatabase::setSaasAppValue(QString appId, int key, const QString &value)
-{
-    return RECORD(setSaasAppValue, RecordedCall::RedactsKey)(std::move(appId), key, value);
-}
-
-void VmDatabase::clearSaasAppList()
-{
-    return RECORD(clearSaasAppList, RecordedCall::RedactsNothing)();
-}
-
-QMap<QString, QString> VmDatabase::getAppsInfo()
-{
-    return RECORD(getAppsInfo, RecordedCall::HidesAnswer)();
-}
-
-QList<QString> VmDatabase::getAppsIdList()
-{
-    return RECORD(getAppsIdList, RecordedCall::RedactsNothing)();
-}
-
-QString VmDatabase::buildKeyName(QString prefix, QString name)
-{
-    return RECORD(buildKeyName, RecordedCall::RedactsNothing)(std::move(prefix), std::move(name));
-}
+// NOLINTBEGIN(bugprone-macro-parentheses): names and lists of a declaration
+#define OPERATION(name, parameters, arguments, keys, hides, ...)                                                       \
+    Signature<decltype(&VmDatabase::name)>::Result VmDatabase::name parameters                                         \
+    {                                                                                                                  \
+        return ClientCall<&VmDatabase::name>{this, #name, hides, __builtin_return_address(0)} arguments;               \
+    }
+#include "operations/operationlist.h"
+#undef OPERATION
+// NOLINTEND(bugprone-macro-parentheses)
 
 // Constructors and destructors have no address; these are the names of their two and three kinds.
 
@@ -301,8 +80,7 @@ static void recordLife(const char *name, void *database, const void *caller, boo
     if (begins)
         recorder.add(database);
     {
-        RecordedCall call(*thread, database, begins ? "VmDatabase" : "~VmDatabase", RecordedCall::RedactsNothing,
-                          caller);
+        RecordedCall call(*thread, database, begins ? "VmDatabase" : "~VmDatabase", HidesNothing, caller);
         call.begin();
         next(database, parameters...);
         call.end();

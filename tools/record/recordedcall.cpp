@@ -244,17 +244,16 @@ void Recorder::deletesApp(void *record)
         check.deleteApp(valueOf(record, "_ZN9RemoteApp8getValueEi", VdiVM::AppIdKey), nameOfCurrent());
 }
 
-RecordedCall::RecordedCall(RecordedThread &thread, void *database, const char *operation, int redaction,
-                           const void *caller)
+RecordedCall::RecordedCall(RecordedThread &thread, void *database, const char *operation, int hides, const void *caller)
     : m_recorder(Recorder::instance())
     , m_thread(thread)
     , m_database(database)
     , m_caller(caller)
-    , m_redaction(redaction)
+    , m_hides(hides)
 {
     const QVector<int> &keys = m_recorder.options.redact;
-    m_redacts = redaction >= 0 && keys.contains(redaction);
-    m_hidesAnswer = !m_recorder.options.answers || (redaction == HidesAnswer && !keys.isEmpty());
+    m_redacts = hides >= 0 && keys.contains(hides);
+    m_hidesAnswer = !m_recorder.options.answers || (hides == HidesAnswer && !keys.isEmpty());
     m_line.swap(thread.spareLine);
     m_place.swap(thread.sparePlace);
     m_line.resize(0);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "feed/json.h"
+#include "operations/operations.h"
 #include "options.h"
 #include "recordfile.h"
 #include "threadcheck.h"
@@ -107,10 +108,8 @@ class RecordedCall
     Q_DISABLE_COPY(RecordedCall)
 
 public:
-    /// What may have to be hidden: texts and answer after an argument of type `int`, if that is one of the keys; nothing;
-    /// or the number of a key, whose values all texts are.
-    enum Redaction { RedactsKey = -1, RedactsNothing = -2, HidesAnswer = -3 };
-    RecordedCall(RecordedThread &thread, void *database, const char *operation, int redaction, const void *caller);
+    /// \a hides is what the list of operations says.
+    RecordedCall(RecordedThread &thread, void *database, const char *operation, int hides, const void *caller);
     ~RecordedCall();
 
     template <typename Argument>
@@ -142,7 +141,7 @@ private:
     QJsonArray m_arguments;      // only to check threads
     QJsonArray m_shownArguments; // the same, redacted
     std::optional<ThreadCheck::Entry> m_running;
-    int m_redaction;
+    int m_hides;
     bool m_redacts = false;
     bool m_hidesAnswer = false;
     bool m_hasEmitted = false;
@@ -156,7 +155,8 @@ template <typename Argument>
 void RecordedCall::addArgument(const Argument &argument)
 {
     if constexpr (std::is_same_v<Argument, int>)
-        m_redacts = m_redacts || (m_redaction == RedactsKey && m_recorder.options.redact.contains(argument));
+        m_redacts =
+            m_redacts || (m_hides == HidesValueOfKey && m_recorder.options.redact.contains(argument));
     const auto write = [this](const auto &shown) {
         m_line += ',';
         appendJson(m_line, shown);

@@ -73,7 +73,8 @@ ThreadCheck::Entry ThreadCheck::enter(const void *database, const QString &threa
     Entry entry;
     {
         const std::lock_guard<std::mutex> locker(m_mutex);
-        if (call.at(0) == QLatin1String("VmDatabase"))
+        const Operation *operation = findOperation(call.at(0).toString());
+        if (operation && operation->life == Operation::Constructor)
             m_names.remove(database); // another one that was there before
         m_running.push_front({database, thread, caller, m_names[database].enter(call)});
         entry = m_running.begin();

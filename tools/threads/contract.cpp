@@ -4,7 +4,6 @@
 #include "contract.h"
 
 #include "feed/json.h"
-#include "operations/keynames.h"
 
 #include <vmdatabase/vdivm.h>
 
@@ -12,75 +11,50 @@
 
 #include <utility>
 
-// A value of the pool itself, or of an item.
-static constexpr quint32 poolValue = LooksUpPool | UsesPools;
-static constexpr quint32 itemValue = poolValue | ReadsItems;
-static constexpr quint32 newItemValue = poolValue | AddsItem;
-
 const ContractRow newPoolRow{"any of these of a new pool", AddsPool};
+
+// Ordinary operations have one row, or one for each thing that a call may be about.
+static void addRows(QVector<ContractRow> &rows, const Operation &operation)
+{
+    const auto add = [&](const char *variant, quint32 touches) {
+        rows << ContractRow{(operation.name + QLatin1String(variant)).toLatin1(), touches};
+    };
+    const quint32 touches = operation.touches;
+    const bool adds = operation.has(Operation::Adds);
+    if (operation.subject == Operation::AboutNode) {
+        add(" of a pool", touches);
+        add(" of an item", touches | ReadsItems);
+    } else if (operation.subject == Operation::AboutStoredUuid && operation.has(Operation::Removes)) {
+        add(" of a pool", touches | RemovesPools);
+        add(" of an item", touches | RemovesItems);
+    } else {
+        add("", touches);
+    }
+    if (adds && (operation.subject == Operation::AboutNode || operation.subject == Operation::AboutPolicy))
+        add(" of a new item", (touches & ~quint32(ReadsItems)) | AddsItem);
+    if (adds && operation.subject == Operation::AboutRemoteApp)
+        add(" of a new id", touches | AddsApp);
+}
 
 const QVector<ContractRow> &contractRows()
 {
-    static const QVector<ContractRow> rows{
-        {"getPoolNodeValue", poolValue},
-        {"getNodeValue of a pool", poolValue},
-        {"getResourceNameByParentUuid", poolValue},
-        {"setPoolNodeValue", poolValue},
-        {"setNodeValue of a pool", poolValue},
-        {"resetNodeValue of a pool", poolValue},
-        {"getNodeValue of an item", itemValue},
-        {"getPolicyValue", itemValue},
-        {"setNodeValue of an item", itemValue},
-        {"setPolicyValue", itemValue},
-        {"resetNodeValue of an item", itemValue},
-        {"setNodeValue of a new item", newItemValue},
-        {"setPolicyValue of a new item", newItemValue},
-
-        {"getItemCount", ReadsAnyItems | LocksItems},
-        {"getItemCountByServerIp", ReadsItems | LocksItems},
-        {"getItemUuid", ReadsAnyItems | UsesPools | UsesAnyPool},
-        {"getItemType", ReadsAnyItems | UsesPools | UsesAnyPool},
-        {"getItemTypeByUuid", ReadsAnyItems | LocksItems},
-        {"getParentUuid", ReadsAnyItems | LocksItems},
-        {"getUuidByParentUuid", ReadsItems | LocksItems},
-        {"getChildrenByParentUuid", ListsPools | UsesPools | ReadsItems},
-        {"getVmPoolNameList", ListsPools},
-        {"printDatabase", ListsPools | UsesPools | UsesAnyPool | ReadsAnyItems},
-        {"removeNode of a pool", RemovesPools | ReadsAnyItems | LocksItems},
-        {"removeNode of an item", ReadsAnyItems | RemovesItems | LocksItems},
-        {"removeNodesByServerIp", RemovesPools},
-        {"removeChildrenByParentUuid", ListsPools | UsesPools | RemovesItems},
-        {"removeFamilyByParentUuid", ListsPools | RemovesPools | UsesPools | ReadsAnyItems | RemovesItems},
-
-        {"wheelVmGroup", UsesPools | UsesAnyPool},
-        {"dealVmGroupPool", UsesPools | UsesAnyPool | ReadsItems},
-        {"dealVmPools", ListsPools | UsesPools | UsesAnyPool | ReadsAnyItems},
-
-        {"getAppCount", UsesApps},
-        {"getRemoteAppId", UsesApps},
-        {"getRemoteAppValue", UsesApps},
-        {"setRemoteAppValue", UsesApps},
-        {"setRemoteAppValue of a new id", UsesApps | AddsApp},
-        {"clearRemoteAppList", UsesApps | RemovesApps},
-        {"getAppNames", ListsApps},
-        {"getAppsIdList", ListsApps},
-        {"getAppsInfo", ListsApps | ReadsApps},
-        {"getRemoteAppControlPolicy", ChangesApps},
-        {"setRemoteAppControlPolicy", ChangesApps},
-        {"deleteRemoteApp", ChangesApps | RemovesApps},
-
-        {"getSaasAppCount", UsesSaas},
-        {"getSaasAppId", UsesSaas},
-        {"getSaasAppValue", UsesSaas},
-        {"setSaasAppValue", UsesSaas},
-        {"clearSaasAppList", ClearsSaas},
-
-        {"construction", 0},
-        {"setRemoteAppEnd", 0},
-        {"buildKeyName", 0},
-        {"clear", EndsDatabase},
-        {"destruction", EndsDatabase},
-    };
+    static const QVector<ContractRow> rows = [] {
+        QVector<ContractRow> made;
+        for (const Operation &operation : allOperations()) {
+            switch (operation.life) {
+            case Operation::Constructor:
+                made << ContractRow{"construction", operation.touches};
+                break;
+            case Operation::Destructor:
+                made << ContractRow{"destruction", operation.touches};
+                break;
+            case Operation::Ordinary:
+                addRows(made, operation);
+                break;
+            }
+        }
+        return made;
+    }();
     return rows;
 }
 
@@ -113,14 +87,12 @@ QStringList ContractRow::forbids() const
     return phrases;
 }
 
-static const ContractRow *findRow(const QString &name)
+static const ContractRow *findRow(const QByteArray &name)
 {
-    static const QHash<QString, const ContractRow *> byName = [] {
-        QHash<QString, const ContractRow *> hash;
+    static const QHash<QByteArray, const ContractRow *> byName = [] {
+        QHash<QByteArray, const ContractRow *> hash;
         for (const ContractRow &row : contractRows())
-            hash.insert(QLatin1String(row.name), &row);
-        hash.insert(QStringLiteral("VmDatabase"), hash.value(QStringLiteral("construction")));
-        hash.insert(QStringLiteral("~VmDatabase"), hash.value(QStringLiteral("destruction")));
+            hash.insert(row.name, &row);
         return hash;
     }();
     return byName.value(name);
@@ -128,179 +100,143 @@ static const ContractRow *findRow(const QString &name)
 
 QString briefCall(const QJsonArray &call)
 {
-    const QString operation = call.at(0).toString();
+    const Call made(call);
     QStringList names;
-    const bool ofItem = operation.endsWith(QLatin1String("PolicyValue")) ||
-                        (operation.endsWith(QLatin1String("NodeValue")) && !operation.contains(QLatin1String("Pool")));
+    const bool ofItem = made.subject() == Operation::AboutNode || made.subject() == Operation::AboutPolicy;
     const int count = ofItem ? 2 : 1;
     for (int i = 1; i <= count && i < call.size(); ++i) {
         if (call.at(i).isString())
             names << shortJson(call.at(i));
     }
-    return names.isEmpty() ? operation
-                           : operation + QLatin1Char('(') + names.join(QStringLiteral(", ")) + QLatin1Char(')');
+    return names.isEmpty() ? made.name()
+                           : made.name() + QLatin1Char('(') + names.join(QStringLiteral(", ")) + QLatin1Char(')');
 }
 
 // One call that begins: finds its row, which depends on what is stored, and takes over what the call changes.
-class StoredNames::Call
+class StoredNames::Beginning
 {
 public:
-    Call(StoredNames &stored, const QJsonArray &call)
+    Beginning(StoredNames &stored, const Call &call)
         : m_stored(stored)
         , m_call(call)
-        , m_name(call.at(0).toString())
-        , m_sets(m_name.startsWith(QLatin1String("set")))
     {}
 
     Touched enter();
 
 private:
-    using Step = void (Call::*)();
-    static const QHash<QString, Step> &steps();
-
-    QString text(int argument) const { return m_call.at(argument).toString(); }
-    int number(int argument, NamedNumbers names) const;
     void touch(const char *variant = "");
 
-    void poolCall();         // uuid, ...
-    void nodeCall();         // parentUuid, uuid, type, ...
-    void policyCall();       // parentUuid, uuid, ...
-    void serverCall();       // serverIp
-    void onlyItem();         // parentUuid
-    void children();         // parentUuid
-    void removeNode();       // uuid
-    void removeChildren();   // parentUuid
-    void removeFamily();     // parentUuid
-    void allPools();         // ...
-    void setRemoteApp();     // appId, key, value
-    void mentionRemoteApp(); // appId
-    void deleteRemoteApp();  // appId
-    void clearRemoteApps();
-    void appsInfo();
-    void end();
+    void follow();
+    void node();
+    void policy();
+    void server();
+    void storedUuid();
+    void items();
+    void pools();
+    void remoteApp();
+    void apps();
+    void close();
 
     void lookUp();
-    void storePoolValue(int key, const QString &value);
-    void itemCall(const char *existing);
-    void addPoolsWith(QString Pool::*value, const QString &text);
+    void storePoolValue();
+    void item(const char *existing);
+    void addPoolsWith(QString Pool::*value);
     quint32 removeFirst();
 
     StoredNames &m_stored;
-    const QJsonArray &m_call;
-    const QString m_name;
-    const bool m_sets;
+    const Call &m_call;
+    const QString m_id = m_call.id();
     Touched m_touched;
 };
 
-int StoredNames::Call::number(int argument, NamedNumbers names) const
+void StoredNames::Beginning::touch(const char *variant)
 {
-    const QJsonValue value = m_call.at(argument);
-    int number = value.toInt();
-    if (value.isString())
-        numberOf(value.toString(), names, &number);
-    return number;
-}
-
-void StoredNames::Call::touch(const char *variant)
-{
-    m_touched.row = findRow(m_name + QLatin1String(variant));
+    const Operation *operation = m_call.operation();
+    if (!operation)
+        return;
+    m_touched.row = findRow(operation->life == Operation::Constructor  ? QByteArray("construction")
+                            : operation->life == Operation::Destructor ? QByteArray("destruction")
+                                                                       : operation->name.toLatin1() + variant);
     if (m_touched.row)
         m_touched.touches |= m_touched.row->touches;
 }
 
-void StoredNames::Call::lookUp()
+void StoredNames::Beginning::lookUp()
 {
-    Pool &pool = m_stored.m_pools[text(1)];
+    Pool &pool = m_stored.m_pools[m_id];
     if (pool.number == 0) {
         pool.number = ++m_stored.m_lastNumber;
-        pool.uuid = text(1);
+        pool.uuid = m_id;
         m_touched.touches |= AddsPool;
     }
     m_touched.its << pool.number;
 }
 
 // Only the values that decide which pools are an operation's.
-void StoredNames::Call::storePoolValue(int key, const QString &value)
+void StoredNames::Beginning::storePoolValue()
 {
-    Pool &pool = m_stored.m_pools[text(1)];
+    if (!m_call.has(Operation::Writes))
+        return;
+    Pool &pool = m_stored.m_pools[m_id];
+    const int key = m_call.key();
     if (key == VdiVM::UuidKey)
-        pool.uuid = value;
+        pool.uuid = m_call.value();
     else if (key == VdiVM::ServerIpKey)
-        pool.server = value;
+        pool.server = m_call.value();
     else if (key == VdiVM::GroupKey)
-        pool.group = value;
+        pool.group = m_call.value();
 }
 
-void StoredNames::Call::poolCall()
+void StoredNames::Beginning::node()
 {
-    if (text(1).isEmpty())
+    const bool adds = m_call.has(Operation::Adds);
+    if (m_id.isEmpty() || (adds && m_call.type() == VdiVM::UnknownNode))
         return;
-    lookUp();
-    touch();
-    if (m_sets)
-        storePoolValue(number(2, NamedNumbers::NodeKeys), text(3));
-}
-
-void StoredNames::Call::nodeCall()
-{
-    const int type = number(3, NamedNumbers::VmTypes);
-    const int key = number(4, NamedNumbers::NodeKeys);
-    if (text(1).isEmpty() || (m_sets && type == VdiVM::UnknownNode))
-        return;
-    if (type == VdiVM::ItemNode) {
-        if (!m_sets || !text(2).isEmpty())
-            itemCall(" of an item");
+    if (m_call.isOfItem()) {
+        if (!adds || !m_call.item().isEmpty())
+            item(" of an item");
         return;
     }
     lookUp();
     touch(" of a pool");
-    if (m_sets || m_name == QLatin1String("resetNodeValue"))
-        storePoolValue(key, text(5));
+    storePoolValue();
 }
 
-void StoredNames::Call::policyCall()
+void StoredNames::Beginning::policy()
 {
-    if (!text(1).isEmpty() && (m_sets || !text(2).isEmpty()))
-        itemCall("");
+    if (!m_id.isEmpty() && (m_call.has(Operation::Adds) || !m_call.item().isEmpty()))
+        item("");
 }
 
-void StoredNames::Call::itemCall(const char *existing)
+void StoredNames::Beginning::item(const char *existing)
 {
     lookUp();
-    QSet<QString> &items = m_stored.m_pools[text(1)].items;
-    const bool adds = m_sets && !items.contains(text(2));
+    QSet<QString> &known = m_stored.m_pools[m_id].items;
+    const bool adds = m_call.has(Operation::Adds) && !known.contains(m_call.item());
     touch(adds ? " of a new item" : existing);
     if (adds)
-        items << text(2);
+        known << m_call.item();
 }
 
-void StoredNames::Call::addPoolsWith(QString Pool::*value, const QString &text)
+void StoredNames::Beginning::addPoolsWith(QString Pool::*value)
 {
     for (const Pool &pool : std::as_const(m_stored.m_pools)) {
-        if (pool.*value == text)
+        if (pool.*value == m_id)
             m_touched.its << pool.number;
     }
 }
 
-void StoredNames::Call::onlyItem()
-{
-    if (text(1).isEmpty())
-        return;
-    touch();
-    addPoolsWith(&Pool::uuid, text(1));
-}
-
-void StoredNames::Call::serverCall()
+void StoredNames::Beginning::server()
 {
     touch();
-    addPoolsWith(&Pool::server, text(1));
+    addPoolsWith(&Pool::server);
     if (!(m_touched.touches & RemovesPools))
         return;
-    auto &pools = m_stored.m_pools;
-    for (auto pool = pools.begin(); pool != pools.end();) {
-        if (pool->server == text(1)) {
+    auto &known = m_stored.m_pools;
+    for (auto pool = known.begin(); pool != known.end();) {
+        if (pool->server == m_id) {
             m_stored.m_removedPools[pool->uuid] << pool->number;
-            pool = pools.erase(pool);
+            pool = known.erase(pool);
         } else {
             ++pool;
         }
@@ -309,27 +245,19 @@ void StoredNames::Call::serverCall()
         m_touched.touches &= ~quint32(RemovesPools);
 }
 
-void StoredNames::Call::children()
-{
-    touch();
-    const auto pool = m_stored.m_pools.constFind(text(1));
-    if (pool != m_stored.m_pools.cend())
-        m_touched.its << pool->number;
-}
-
 // What removeNode() does: the first match goes.
-quint32 StoredNames::Call::removeFirst()
+quint32 StoredNames::Beginning::removeFirst()
 {
-    auto &pools = m_stored.m_pools;
-    for (auto pool = pools.begin(); pool != pools.end(); ++pool) {
+    auto &known = m_stored.m_pools;
+    for (auto pool = known.begin(); pool != known.end(); ++pool) {
         const quint64 number = pool->number;
-        if (pool->uuid == text(1)) {
+        if (pool->uuid == m_id) {
             m_touched.its << number;
             m_stored.m_removedPools[pool->uuid] << number;
-            pools.erase(pool);
+            known.erase(pool);
             return RemovesPools;
         }
-        if (pool->items.remove(text(1))) {
+        if (pool->items.remove(m_id)) {
             m_touched.its << number;
             return RemovesItems;
         }
@@ -337,88 +265,77 @@ quint32 StoredNames::Call::removeFirst()
     return 0;
 }
 
-void StoredNames::Call::removeNode()
+void StoredNames::Beginning::storedUuid()
 {
-    const quint32 removed = removeFirst();
-    touch(removed == RemovesPools ? " of a pool" : " of an item");
-    m_touched.touches &= ~quint32(RemovesPools | RemovesItems) | removed;
+    if (m_call.has(Operation::Removes)) {
+        const quint32 removed = removeFirst();
+        touch(removed == RemovesPools ? " of a pool" : " of an item");
+        m_touched.touches &= ~quint32(RemovesPools | RemovesItems) | removed;
+    } else if (!m_id.isEmpty()) {
+        touch();
+        addPoolsWith(&Pool::uuid);
+    }
 }
 
-void StoredNames::Call::removeChildren()
+void StoredNames::Beginning::items()
 {
     touch();
-    const auto pool = m_stored.m_pools.find(text(1));
+    const auto pool = m_stored.m_pools.find(m_id);
     const bool isKnown = pool != m_stored.m_pools.end();
     if (isKnown)
         m_touched.its << pool->number;
+    if (!m_call.has(Operation::Removes))
+        return;
     if (!isKnown || pool->items.isEmpty())
         m_touched.touches &= ~quint32(RemovesItems);
     if (isKnown)
         pool->items.clear();
 }
 
-void StoredNames::Call::removeFamily()
-{
-    removeChildren();
-    m_touched.touches &= ~quint32(RemovesPools);
-    m_touched.touches |= removeFirst();
-}
-
-void StoredNames::Call::allPools()
+void StoredNames::Beginning::pools()
 {
     touch();
-    const bool onlyGrouped = m_name == QLatin1String("dealVmGroupPool");
+    const bool onlyGrouped = m_call.subject() == Operation::AboutGroups;
     for (const Pool &pool : std::as_const(m_stored.m_pools)) {
         if (!onlyGrouped || !pool.group.isEmpty())
             m_touched.its << pool.number;
     }
 }
 
-void StoredNames::Call::setRemoteApp()
+void StoredNames::Beginning::remoteApp()
 {
-    App &app = m_stored.m_apps[text(1)];
+    if (m_call.has(Operation::Removes)) {
+        touch();
+        const App app = m_stored.m_apps.take(m_id);
+        if (app.hasRecord)
+            m_stored.m_removedApps[app.id] << app.number;
+        return;
+    }
+    App &app = m_stored.m_apps[m_id];
     const bool isNew = !std::exchange(app.hasRecord, true);
     if (isNew) {
         app.number = ++m_stored.m_lastNumber;
-        app.id = text(1);
+        app.id = m_id;
     }
     touch(isNew ? " of a new id" : "");
-    if (number(2, NamedNumbers::AppKeys) == VdiVM::AppIdKey && !text(3).isEmpty())
-        app.id = text(3);
+    if (m_call.key() == VdiVM::AppIdKey && !m_call.value().isEmpty())
+        app.id = m_call.value();
 }
 
-void StoredNames::Call::mentionRemoteApp()
-{
-    touch();
-    m_stored.m_apps[text(1)]; // is listed from now on
-}
-
-void StoredNames::Call::deleteRemoteApp()
-{
-    touch();
-    const App app = m_stored.m_apps.take(text(1));
-    if (app.hasRecord)
-        m_stored.m_removedApps[app.id] << app.number;
-}
-
-void StoredNames::Call::clearRemoteApps()
+void StoredNames::Beginning::apps()
 {
     touch();
     for (const App &app : std::as_const(m_stored.m_apps)) {
-        if (app.hasRecord)
+        if (!m_call.has(Operation::Removes))
+            m_touched.its << app.number;
+        else if (app.hasRecord)
             m_stored.m_removedApps[app.id] << app.number;
     }
-    m_stored.m_apps.clear();
+    if (m_call.has(Operation::Removes))
+        m_stored.m_apps.clear();
 }
 
-void StoredNames::Call::appsInfo()
-{
-    touch();
-    for (const App &app : std::as_const(m_stored.m_apps))
-        m_touched.its << app.number;
-}
-
-void StoredNames::Call::end()
+void StoredNames::Beginning::close()
 {
     touch();
     for (const Pool &pool : std::as_const(m_stored.m_pools))
@@ -428,61 +345,81 @@ void StoredNames::Call::end()
     m_stored.m_isClosed = true;
 }
 
-const QHash<QString, StoredNames::Call::Step> &StoredNames::Call::steps()
+void StoredNames::Beginning::follow()
 {
-    // What is not here touches what its row says, whatever is stored.
-    static const QHash<QString, Step> steps{
-        {QStringLiteral("getNodeValue"), &Call::nodeCall},
-        {QStringLiteral("getPoolNodeValue"), &Call::poolCall},
-        {QStringLiteral("setNodeValue"), &Call::nodeCall},
-        {QStringLiteral("setPoolNodeValue"), &Call::poolCall},
-        {QStringLiteral("resetNodeValue"), &Call::nodeCall},
-        {QStringLiteral("getPolicyValue"), &Call::policyCall},
-        {QStringLiteral("setPolicyValue"), &Call::policyCall},
-        {QStringLiteral("getItemCountByServerIp"), &Call::serverCall},
-        {QStringLiteral("getItemUuid"), &Call::allPools},
-        {QStringLiteral("getItemType"), &Call::allPools},
-        {QStringLiteral("getUuidByParentUuid"), &Call::onlyItem},
-        {QStringLiteral("getResourceNameByParentUuid"), &Call::poolCall},
-        {QStringLiteral("getChildrenByParentUuid"), &Call::children},
-        {QStringLiteral("printDatabase"), &Call::allPools},
-        {QStringLiteral("removeNode"), &Call::removeNode},
-        {QStringLiteral("removeNodesByServerIp"), &Call::serverCall},
-        {QStringLiteral("removeChildrenByParentUuid"), &Call::removeChildren},
-        {QStringLiteral("removeFamilyByParentUuid"), &Call::removeFamily},
-        {QStringLiteral("wheelVmGroup"), &Call::allPools},
-        {QStringLiteral("dealVmGroupPool"), &Call::allPools},
-        {QStringLiteral("dealVmPools"), &Call::allPools},
-        {QStringLiteral("setRemoteAppValue"), &Call::setRemoteApp},
-        {QStringLiteral("getRemoteAppControlPolicy"), &Call::mentionRemoteApp},
-        {QStringLiteral("setRemoteAppControlPolicy"), &Call::mentionRemoteApp},
-        {QStringLiteral("deleteRemoteApp"), &Call::deleteRemoteApp},
-        {QStringLiteral("clearRemoteAppList"), &Call::clearRemoteApps},
-        {QStringLiteral("getAppsInfo"), &Call::appsInfo},
-        {QStringLiteral("clear"), &Call::end},
-        {QStringLiteral("~VmDatabase"), &Call::end},
-    };
-    return steps;
+    switch (m_call.subject()) {
+    case Operation::AboutPool:
+        if (m_id.isEmpty())
+            break;
+        lookUp();
+        touch();
+        storePoolValue();
+        break;
+    case Operation::AboutNode:
+        node();
+        break;
+    case Operation::AboutPolicy:
+        policy();
+        break;
+    case Operation::AboutItems:
+        items();
+        break;
+    case Operation::AboutFamily:
+        items();
+        m_touched.touches &= ~quint32(RemovesPools);
+        m_touched.touches |= removeFirst();
+        break;
+    case Operation::AboutStoredUuid:
+        storedUuid();
+        break;
+    case Operation::AboutServer:
+        server();
+        break;
+    case Operation::AboutGroup: // its turn reads the group of every pool
+    case Operation::AboutGroups:
+    case Operation::AboutPools:
+        pools();
+        break;
+    case Operation::AboutRemoteApp:
+        remoteApp();
+        break;
+    case Operation::AboutControlPolicy:
+        touch();
+        m_stored.m_apps[m_id]; // is listed from now on
+        break;
+    case Operation::AboutRemoteApps:
+        apps();
+        break;
+    case Operation::AboutDatabase:
+        close();
+        break;
+    case Operation::AboutSaasApp:
+    case Operation::AboutSaasApps:
+    case Operation::AboutNothing:
+        touch();
+        break;
+    }
 }
 
-Touched StoredNames::Call::enter()
+Touched StoredNames::Beginning::enter()
 {
     const bool isClosed = m_stored.m_isClosed;
-    const Step step = steps().value(m_name);
-    if (step && !isClosed)
-        (this->*step)();
-    else
+    if (isClosed)
         touch();
-    if (isClosed && m_name != QLatin1String("~VmDatabase"))
+    else
+        follow();
+    const bool isDestroyed = m_call.operation() && m_call.operation()->life == Operation::Destructor;
+    if (isClosed && !isDestroyed)
         m_touched.touches = 0;
-
-    m_touched.call = briefCall(m_call);
     return m_touched;
 }
 
 Touched StoredNames::enter(const QJsonArray &call)
 {
-    return Call(*this, call).enter();
+    const Call made(call);
+    Touched touched = Beginning(*this, made).enter();
+    touched.call = briefCall(call);
+    return touched;
 }
 
 Touched StoredNames::deleteRemoved(Removed &removed, const QString &name)

@@ -19,7 +19,7 @@
 /// An operation as the contract has it: "setNodeValue of a new item" is one of its own.
 struct ContractRow
 {
-    const char *name;
+    QByteArray name;
     quint32 touches;
 
     /// What other threads must not do while it runs, in the words of docs/threads.md.
@@ -70,7 +70,7 @@ private:
         QString id; // the value
     };
     using Removed = QHash<QString, QVector<quint64>>;
-    class Call;
+    class Beginning;
 
     static Touched deleteRemoved(Removed &removed, const QString &name);
 

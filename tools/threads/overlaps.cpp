@@ -47,7 +47,8 @@ QStringList Overlaps::next(const FeedLine &line, qint64 lineNumber)
     database.calls.push_back(std::move(call));
     if (database.calls.size() > mostCalls)
         database.calls.pop_front();
-    if (line.operation() == QLatin1String("~VmDatabase"))
+    const Operation *operation = findOperation(line.operation());
+    if (operation && operation->life == Operation::Destructor)
         m_databases.erase(line.database);
     return found;
 }
