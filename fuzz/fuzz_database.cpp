@@ -4,11 +4,13 @@
 // Calls every operation of VmDatabase as the bytes of an input say: which one, and with what arguments.
 
 #include "fuzztarget.h"
+#include "operations/operations.h"
 
 #include <vmdatabase/vmdatabase.h>
 
 #include <fuzzer/FuzzedDataProvider.h>
 #include <tuple>
+#include <vector>
 
 using Input = FuzzedDataProvider;
 template <typename Value>
@@ -39,20 +41,28 @@ static void call(VmDatabase &db, Result (VmDatabase::*operation)(Parameters...),
     ++calls;
 }
 
-#define CALL(name) [](VmDatabase &db, Input &in) { call(db, &VmDatabase::name, in); }
-static constexpr void (*operations[])(VmDatabase &, Input &) = {
-    // These three, and only these, must not be called on a closed database.
-    CALL(getAppCount), CALL(getSaasAppCount), CALL(clearSaasAppList),
-    // Several times what builds the most.
-    CALL(setNodeValue), CALL(setNodeValue), CALL(setPoolNodeValue), CALL(setPolicyValue), CALL(setRemoteAppValue),
-    CALL(setSaasAppValue), CALL(printDatabase), CALL(getNodeValue), CALL(getPoolNodeValue), CALL(resetNodeValue),
-    CALL(getPolicyValue), CALL(getItemCount), CALL(getItemCountByServerIp), CALL(getItemUuid), CALL(getItemType),
-    CALL(getItemTypeByUuid), CALL(getParentUuid), CALL(getUuidByParentUuid), CALL(getResourceNameByParentUuid),
-    CALL(getChildrenByParentUuid), CALL(getVmPoolNameList), CALL(removeNode), CALL(removeNodesByServerIp),
-    CALL(removeChildrenByParentUuid), CALL(removeFamilyByParentUuid), CALL(wheelVmGroup), CALL(dealVmPools),
-    CALL(dealVmGroupPool), CALL(getAppNames), CALL(getRemoteAppId), CALL(getRemoteAppValue), CALL(deleteRemoteApp),
-    CALL(getRemoteAppControlPolicy), CALL(setRemoteAppControlPolicy), CALL(clearRemoteAppList), CALL(setRemoteAppEnd),
-    CALL(getSaasAppId), CALL(getSaasAppValue), CALL(getAppsInfo), CALL(getAppsIdList), CALL(buildKeyName)};
+struct FuzzCall
+{
+    void (*make)(VmDatabase &, Input &);
+    bool needsOpen;
+};
+
+// Each once, and several times what builds the most. Derived, so that the list needs no qualified names.
+struct Calls : Operation
+{
+    static std::vector<FuzzCall> all()
+    {
+        std::vector<FuzzCall> made;
+#define OPERATION(name, parameters, arguments, keys, hides, subject, traits, touches)                                  \
+    if (!((traits)&Closes))                                                                                            \
+        made.insert(                                                                                                   \
+            made.end(), size_t((traits)&Writes ? 2 : 1),                                                               \
+            FuzzCall{[](VmDatabase &db, Input &in) { call(db, &VmDatabase::name, in); }, ((traits)&NeedsOpen) != 0});
+#include "operations/operationlist.h"
+#undef OPERATION
+        return made;
+    }
+};
 
 // Qt keeps the spent entries of its queue until it is asked for events of every type.
 static void runDeferredDeletions()
@@ -63,6 +73,7 @@ static void runDeferredDeletions()
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
+    static const std::vector<FuzzCall> operations = Calls::all();
     VmDatabase db;
     bool isOpen = true;
     for (Input in(data, size); in.remaining_bytes() > 0;) {
@@ -72,8 +83,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             db.clear(); // which does nothing a second time
         if (choice >= 250)
             runDeferredDeletions();
-        else if (isOpen || choice % std::size(operations) > 2)
-            operations[choice % std::size(operations)](db, in);
+        else if (const FuzzCall &made = operations[choice % operations.size()]; isOpen || !made.needsOpen)
+            made.make(db, in);
     }
     if (size % 4) // else those that are left stay allocated, for compatibility
         db.clearRemoteAppList();

@@ -3,8 +3,6 @@
 
 #include "feedline.h"
 
-#include "json.h"
-
 #include <QtCore/QJsonDocument>
 
 #include <cmath>
@@ -127,10 +125,24 @@ static void appendFixed(QByteArray &json, qint64 value, int digits)
     json.append(begin, int(std::end(text) - begin));
 }
 
-void CallLine::appendTexts(QByteArray &json, const char *name, const QStringList &texts)
+QString logText(QtMsgType severity, const QString &text)
 {
-    json += name;
-    appendJson(json, texts);
+    return QLatin1String(severity == QtInfoMsg       ? "info: "
+                         : severity == QtCriticalMsg ? "critical: "
+                                                     : "other: ") +
+           text;
+}
+
+void CallLine::appendLog(QByteArray &json, const QStringList &log)
+{
+    json += ",\"log\":";
+    appendJson(json, log);
+}
+
+void CallLine::appendSignals(QByteArray &json, const QStringList &emitted)
+{
+    json += ",\"signals\":";
+    appendJson(json, emitted);
 }
 
 void CallLine::appendPlace(QByteArray &json, int database, const QString &thread)
@@ -173,14 +185,12 @@ QByteArray formatLine(const FeedLine &line)
     json += "{\"call\":";
     appendJson(json, line.call);
     const int callEnd = json.size();
-    if (!line.answer.isUndefined()) {
-        json += ",\"answer\":";
-        appendJson(json, line.answer);
-    }
+    if (!line.answer.isUndefined())
+        CallLine::appendAnswer(json, line.answer);
     if (line.log)
-        CallLine::appendTexts(json, ",\"log\":", *line.log);
+        CallLine::appendLog(json, *line.log);
     if (line.emitted)
-        CallLine::appendTexts(json, ",\"signals\":", *line.emitted);
+        CallLine::appendSignals(json, *line.emitted);
     CallLine::appendPlace(json, line.database, line.thread);
     if (line.at)
         CallLine::appendAt(json, std::llround(*line.at * 1e7));

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "json.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
@@ -46,6 +48,9 @@ struct FeedLine
     QString operation() const { return call.at(0).toString(); }
 };
 
+/// A log line as FeedLine::log has it.
+QString logText(QtMsgType severity, const QString &text);
+
 /// Reads one line, with or without its end.
 FeedLine parseLine(const QByteArray &line);
 
@@ -55,7 +60,14 @@ QByteArray formatLine(const FeedLine &line);
 /// The pieces of a call's line, for who writes it as the call goes on: formatLine() uses the same. \a tenths count tenths
 /// of a microsecond, so that two calls in a row do not seem to overlap.
 namespace CallLine {
-void appendTexts(QByteArray &json, const char *name, const QStringList &texts);
+template <typename Answer>
+void appendAnswer(QByteArray &json, const Answer &answer)
+{
+    json += ",\"answer\":";
+    appendJson(json, answer);
+}
+void appendLog(QByteArray &json, const QStringList &log);
+void appendSignals(QByteArray &json, const QStringList &emitted);
 void appendPlace(QByteArray &json, int database, const QString &thread);
 void appendAt(QByteArray &json, qint64 tenths);
 void appendEntered(QByteArray &json, qint64 number);

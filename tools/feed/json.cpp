@@ -25,6 +25,11 @@ QJsonValue toJson(const QMap<QString, QString> &texts)
     return object;
 }
 
+QJsonObject foundAnswer(bool found, const QString &uuid)
+{
+    return {{QStringLiteral("found"), found}, {QStringLiteral("uuid"), toJson(uuid)}};
+}
+
 // Whether a text stands between its quotes as it is.
 static bool isPlain(const QString &text)
 {

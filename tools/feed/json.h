@@ -19,6 +19,10 @@ inline QJsonValue toJson(const QString &text)
 }
 QJsonValue toJson(const QList<QString> &texts);
 QJsonValue toJson(const QMap<QString, QString> &texts);
+
+/// The answer of an operation that returns whether it has found something and writes its uuid to an out-parameter.
+QJsonObject foundAnswer(bool found, const QString &uuid);
+
 template <typename Value>
 QJsonValue toJson(const Value &value)
 {

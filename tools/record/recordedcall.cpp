@@ -7,8 +7,6 @@
 #include "listener.h"
 #include "nextfunction.h"
 
-#include "feed/feedline.h"
-
 #include <link.h>
 #include <pthread.h>
 #include <sys/prctl.h>
@@ -314,9 +312,7 @@ void RecordedCall::setFound(bool found, const QString &uuid)
 {
     if (m_hidesAnswer)
         return;
-    m_line += found ? ",\"answer\":{\"found\":true,\"uuid\":" : ",\"answer\":{\"found\":false,\"uuid\":";
-    appendJson(m_line, found ? uuid : QString());
-    m_line += '}';
+    CallLine::appendAnswer(m_line, foundAnswer(found, found ? uuid : QString()));
 }
 
 void RecordedCall::write()
@@ -324,13 +320,10 @@ void RecordedCall::write()
     if (m_isWritten)
         return;
     m_isWritten = true;
-    if (!m_log.isEmpty()) {
-        m_line += ",\"log\":[";
-        m_line += m_log;
-        m_line += ']';
-    }
+    if (!m_log.isEmpty())
+        CallLine::appendLog(m_line, m_log);
     if (m_hasEmitted && m_recorder.options.answers)
-        m_line += ",\"signals\":[\"remoteAppsUpdated\"]";
+        CallLine::appendSignals(m_line, {QStringLiteral("remoteAppsUpdated")});
     m_line += m_place;
     CallLine::appendTook(m_line, m_ended - m_began);
     m_line += "}\n";
@@ -341,10 +334,7 @@ void RecordedCall::addLog(QtMsgType type, const QString &text)
 {
     if (!m_recorder.options.answers || (type == QtInfoMsg && !m_recorder.options.redact.isEmpty()))
         return; // info lines carry values
-    const char *severity = type == QtInfoMsg ? "info: " : type == QtCriticalMsg ? "critical: " : "other: ";
-    if (!m_log.isEmpty())
-        m_log += ',';
-    appendJson(m_log, QLatin1String(severity) + text);
+    m_log << logText(type, text);
 }
 
 void RecordedCall::emits(const void *database, bool isSignal)

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "feed/json.h"
+#include "feed/feedline.h"
 #include "operations/operations.h"
 #include "options.h"
 #include "recordfile.h"
@@ -137,7 +137,7 @@ private:
     RecordedCall *m_outer = nullptr;
     QByteArray m_line;  // as far as it is known; not touched while the call is in progress
     QByteArray m_place; // which database, thread and time
-    QByteArray m_log;
+    QStringList m_log;
     QJsonArray m_arguments;      // only to check threads
     QJsonArray m_shownArguments; // the same, redacted
     std::optional<ThreadCheck::Entry> m_running;
@@ -155,8 +155,7 @@ template <typename Argument>
 void RecordedCall::addArgument(const Argument &argument)
 {
     if constexpr (std::is_same_v<Argument, int>)
-        m_redacts =
-            m_redacts || (m_hides == HidesValueOfKey && m_recorder.options.redact.contains(argument));
+        m_redacts = m_redacts || (m_hides == HidesValueOfKey && m_recorder.options.redact.contains(argument));
     const auto write = [this](const auto &shown) {
         m_line += ',';
         appendJson(m_line, shown);
@@ -176,11 +175,10 @@ void RecordedCall::setAnswer(const Answer &answer)
 {
     if (m_hidesAnswer || m_isWritten)
         return;
-    m_line += ",\"answer\":";
     if constexpr (std::is_same_v<Answer, QString>)
-        appendJson(m_line, m_redacts ? redacted(answer) : answer);
+        CallLine::appendAnswer(m_line, m_redacts ? redacted(answer) : answer);
     else if constexpr (std::is_same_v<Answer, QMap<QString, QString>>)
-        appendJson(m_line, toJson(answer));
+        CallLine::appendAnswer(m_line, toJson(answer));
     else
-        appendJson(m_line, answer);
+        CallLine::appendAnswer(m_line, answer);
 }

@@ -28,8 +28,7 @@ static void handleLine(QtMsgType type, const QMessageLogContext &context, const 
         previousHandler.load()(type, context, text);
         return;
     }
-    const char *severity = type == QtInfoMsg ? "info: " : type == QtCriticalMsg ? "critical: " : "other: ";
-    *sink << QLatin1String(severity) + text;
+    *sink << logText(type, text);
 }
 
 static void useHandler()

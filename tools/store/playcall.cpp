@@ -142,7 +142,7 @@ static Answer play(const Operation &operation, VmDatabase &database, Result (VmD
     } else if constexpr ((... || isOutParameter<Parameters>)) {
         const bool found = std::apply(apply, arguments);
         const QString &uuid = std::get<sizeof...(Parameters) - 1>(arguments);
-        answer.value = QJsonObject{{QStringLiteral("found"), found}, {QStringLiteral("uuid"), toJson(uuid)}};
+        answer.value = foundAnswer(found, uuid);
     } else {
         answer.value = toJson(std::apply(apply, arguments));
     }

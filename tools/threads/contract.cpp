@@ -101,15 +101,16 @@ static const ContractRow *findRow(const QByteArray &name)
 QString briefCall(const QJsonArray &call)
 {
     const Call made(call);
-    QStringList names;
+    QStringList arguments;
     const bool ofItem = made.subject() == Operation::AboutNode || made.subject() == Operation::AboutPolicy;
     const int count = ofItem ? 2 : 1;
     for (int i = 1; i <= count && i < call.size(); ++i) {
         if (call.at(i).isString())
-            names << shortJson(call.at(i));
+            arguments << shortJson(call.at(i));
     }
-    return names.isEmpty() ? made.name()
-                           : made.name() + QLatin1Char('(') + names.join(QStringLiteral(", ")) + QLatin1Char(')');
+    return arguments.isEmpty()
+               ? made.name()
+               : made.name() + QLatin1Char('(') + arguments.join(QStringLiteral(", ")) + QLatin1Char(')');
 }
 
 // One call that begins: finds its row, which depends on what is stored, and takes over what the call changes.
