@@ -7,7 +7,7 @@
 # Compare with HEAD, without changes of your own, to see what chance alone does.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake g++ git ninja-build python3 qtbase5-dev libbenchmark-dev libsqlite3-dev
+scripts/need-packages.sh cmake g++ git ninja-build python3 qtbase5-dev libbenchmark-dev libsqlite3-dev
 
 # Both libraries lie at paths of equal length, since the size of the environment moves a program's stack.
 folder=$PWD/build/bench-compare

@@ -6,7 +6,7 @@
 # installed. Each figure is the best of five runs: microseconds that go by for a call, and the processor's.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake ninja-build g++ qtbase5-dev pkgconf
+scripts/need-packages.sh cmake ninja-build g++ qtbase5-dev pkgconf
 
 cmake --preset release >/dev/null
 cmake --build --preset release --target vmdatabase-record --target vmdatabase-record-library >/dev/null

@@ -6,7 +6,7 @@
 # finds. Prints medians as ratios, library / competitor, and draws them: build/bench/benchmarks.svg. About nine minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake g++ ninja-build python3 qtbase5-dev libbenchmark-dev libsqlite3-dev
+scripts/need-packages.sh cmake g++ ninja-build python3 qtbase5-dev libbenchmark-dev libsqlite3-dev
 
 mkdir -p build
 { cmake --preset bench && cmake --build --preset bench; } >build/bench.log 2>&1 || {

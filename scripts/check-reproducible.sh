@@ -4,10 +4,10 @@
 
 # Builds the packages of build/package once more from their source package, in another folder and with another umask, time
 # zone and locale, and fails unless every one has the same bytes. Tests run in this build, as they do for a packager.
-# scripts/package.sh comes first.
+# scripts/package.sh comes first, which also installs what packages are built with.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh build-essential cmake debhelper doxygen dpkg-dev locales ninja-build pkgconf qtbase5-dev
+scripts/need-packages.sh dpkg-dev locales
 
 first=$PWD/build/package
 ls "$first"/*.deb >/dev/null || { echo "Run scripts/package.sh first." >&2; exit 1; }

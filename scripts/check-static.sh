@@ -10,7 +10,7 @@
 # suppressed at its place with the reason: NOLINTNEXTLINE(check) for clang-tidy, clazy:exclude=check for clazy.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh clang-tidy-14 clazy cmake g++ libbenchmark-dev libclang-rt-14-dev libsqlite3-dev ninja-build \
+scripts/need-packages.sh clang-tidy-14 clazy cmake g++ libbenchmark-dev libclang-rt-14-dev libsqlite3-dev ninja-build \
     qtbase5-dev
 
 clazy_checks=(

@@ -17,11 +17,11 @@ soname=libvmdatabase.so.1
 classes='RemoteApp|VmDatabase|VmDatabasePrivate|VmItemNode|VmNode|VmPolicy|VmPoolNode'
 needed='libQt5Core\.so\.5|libstdc\+\+\.so\.6|libgcc_s\.so\.1|libm\.so\.6|libc\.so\.6|ld-linux-[^/]*'
 
-scripts/install-packages.sh binutils
+scripts/need-packages.sh binutils
 library=build/release/src/libvmdatabase.so
 case "${1:-}" in
 "" | --update)
-    scripts/install-packages.sh cmake g++ ninja-build qtbase5-dev
+    scripts/need-packages.sh cmake g++ ninja-build qtbase5-dev
     mkdir -p build
     { cmake --preset release -DBUILD_TESTING=OFF && cmake --build --preset release --target vmdatabase; } \
         >build/symbols.log 2>&1 || {

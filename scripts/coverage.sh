@@ -7,7 +7,7 @@
 # cannot find ..." and that of getPoolNodeValue), and a null pool, which neither the table nor a group ever holds.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake g++ gcovr ninja-build qtbase5-dev
+scripts/need-packages.sh cmake g++ gcovr ninja-build qtbase5-dev
 
 cmake --preset coverage >/dev/null
 cmake --build --preset coverage >/dev/null

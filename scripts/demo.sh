@@ -28,7 +28,7 @@ drawn=$(line_before 08:02)
 tried=$(line_before 08:04)
 returned=$(line_before 17:00)
 
-scripts/install-packages.sh cmake g++ ninja-build qtbase5-dev
+scripts/need-packages.sh cmake g++ ninja-build qtbase5-dev
 echo "Building the library and vmdatabase-replay; the first time this takes about a minute."
 mkdir -p build
 SECONDS=0

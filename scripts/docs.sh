@@ -12,7 +12,7 @@ cd "$(dirname "$0")/.."
 digest() { sha256sum <"$1" | cut -d ' ' -f 1; }
 
 if [ "${1:-}" = --update ]; then
-    scripts/install-packages.sh fonts-dejavu-core graphviz
+    scripts/need-packages.sh fonts-dejavu-core graphviz
     for source in docs/*.dot; do
         dot -Tsvg "$source" | sed "/^<g id=\"graph0\"/i\\
 <style>@media (prefers-color-scheme: dark) { svg { filter: invert(0.9) hue-rotate(180deg) } }</style>
@@ -31,7 +31,7 @@ for source in docs/*.dot; do
     fi
 done
 
-scripts/install-packages.sh doxygen
+scripts/need-packages.sh doxygen
 rm -rf build/docs
 mkdir -p build
 version=$(scripts/version.sh)

@@ -6,7 +6,7 @@
 # scripts/fuzz.sh [SECONDS]. 0 only replays the inputs in the tree. What is found new is kept in build/, not in the tree.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh clang-14 cmake g++ libclang-rt-14-dev ninja-build qtbase5-dev
+scripts/need-packages.sh clang-14 cmake g++ libclang-rt-14-dev ninja-build qtbase5-dev
 
 seconds=${1:-60}
 cmake --preset fuzz

@@ -73,7 +73,7 @@ def run(copy):
 
 
 def main():
-    subprocess.run([root / "scripts/install-packages.sh", "cmake", "g++", "ninja-build", "qtbase5-dev"], check=True)
+    subprocess.run([root / "scripts/need-packages.sh", "cmake", "g++", "ninja-build", "qtbase5-dev"], check=True)
     changed = {name: (path, text) for name, path, text in mutants()}
     names = list(changed) if sys.argv[1:] == ["--all"] else SELECTED
     survivors = []

@@ -80,7 +80,7 @@ def main():
     parser.add_argument('--only', default='', help='only mutants whose place or kind contains this text')
     options = parser.parse_args()
 
-    subprocess.run([ROOT / 'scripts/install-packages.sh', 'cmake', 'g++', 'ninja-build', 'qtbase5-dev'], check=True)
+    subprocess.run([ROOT / 'scripts/need-packages.sh', 'cmake', 'g++', 'ninja-build', 'qtbase5-dev'], check=True)
     shutil.rmtree(COPY, ignore_errors=True)
     shutil.copytree(ROOT, COPY, ignore=shutil.ignore_patterns('build', '.git'))
     for preset in ('dev', 'asan', 'tsan'):

@@ -7,7 +7,9 @@
 # them too.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh build-essential cmake debhelper doxygen dpkg-dev git lintian ninja-build pkgconf qtbase5-dev
+scripts/need-packages.sh dpkg-dev git lintian
+dpkg-checkbuilddeps 2>/dev/null || # which takes nothing but packages
+    scripts/install-packages.sh build-essential cmake debhelper doxygen ninja-build pkgconf qtbase5-dev
 
 version=$(dpkg-parsechangelog --show-field Version)
 upstream=${version%-*}

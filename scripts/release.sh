@@ -13,7 +13,7 @@ case "${1-}" in
     exit 2
     ;;
 esac
-scripts/install-packages.sh dpkg-dev git
+scripts/need-packages.sh dpkg-dev git
 
 version=$(scripts/version.sh)
 problems=()

@@ -6,7 +6,7 @@
 # examples/feeds/desktops.jsonl. Needs no screen.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake fonts-dejavu-core g++ ninja-build qtbase5-dev
+scripts/need-packages.sh cmake fonts-dejavu-core g++ ninja-build qtbase5-dev
 
 cmake --preset release -DVMDATABASE_BUILD_VIEWER=ON
 cmake --build --preset release --target vmdatabase-viewer

@@ -6,7 +6,7 @@
 # that git knows, and without debian/, which is a package's own. A commit without changes gives the same bytes each time.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh git xz-utils
+scripts/need-packages.sh git xz-utils
 
 version=$(scripts/version.sh)
 tree=$(git -c user.name=nobody -c user.email=nobody@example.org stash create)

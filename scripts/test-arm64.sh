@@ -9,7 +9,7 @@
 # ARM's memory ordering: an emulator on another processor has that processor's.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake file g++-aarch64-linux-gnu ninja-build qemu-user-static qtbase5-dev
+scripts/need-packages.sh apt cmake file g++-aarch64-linux-gnu ninja-build qemu-user-static qtbase5-dev
 
 # Unpacks arm64 packages into the folder that cmake/aarch64-linux-gnu.cmake names. apt gets a state of its own, so that
 # the host's, its list of architectures above all, stays as it is; where to fetch from is the host's configuration.

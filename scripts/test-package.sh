@@ -6,7 +6,7 @@
 # whatever came of it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake g++ ninja-build pkgconf qtbase5-dev
+scripts/need-packages.sh apt cmake g++ ninja-build pkgconf qtbase5-dev
 
 mapfile -t packages < <(sed -n 's/^Package: //p' debian/control)
 files=()

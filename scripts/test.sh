@@ -5,7 +5,7 @@
 # Sets up, builds and runs all tests: scripts/test.sh [PRESET], "dev" if none is named.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh cmake g++ ninja-build pkgconf qtbase5-dev
+scripts/need-packages.sh cmake g++ ninja-build pkgconf qtbase5-dev
 
 preset=${1:-dev}
 cmake --preset "$preset"
