@@ -23,22 +23,27 @@ public:
         : m_store(database.d)
     {}
 
-    const Values *values(const QString &pool) const
+    bool contains(const QString &pool) const { return m_store->pools.value(pool); }
+    bool contains(const QString &pool, const QString &item) const { return findItem(pool, item); }
+
+    const QString *find(const QString &pool, int key) const { return find(m_store->pools.value(pool), key); }
+    const QString *find(const QString &pool, const QString &item, int key) const
     {
-        const VmPoolNode *node = m_store->pools.value(pool);
-        return node ? &static_cast<const VmNode *>(node)->values : nullptr;
+        return find(findItem(pool, item), key);
+    }
+    const QString *findPolicy(const QString &pool, const QString &item, int type, int key) const
+    {
+        const Values *values = policyValues(pool, item, type);
+        const auto it = values ? values->constFind(key) : Values::const_iterator();
+        return values && it != values->cend() ? &*it : nullptr;
     }
 
-    const Values *values(const QString &pool, const QString &item) const
-    {
-        const VmItemNode *node = findItem(pool, item);
-        return node ? &static_cast<const VmNode *>(node)->values : nullptr;
-    }
-
-    const Values *values(const QString &pool, const QString &item, int policyType) const
+    Values values(const QString &pool) const { return copy(m_store->pools.value(pool)); }
+    Values values(const QString &pool, const QString &item) const { return copy(findItem(pool, item)); }
+    const Values *policyValues(const QString &pool, const QString &item, int type) const
     {
         VmItemNode *node = findItem(pool, item);
-        const VmPolicy *policy = node ? node->getVmPolicy(policyType) : nullptr;
+        const VmPolicy *policy = node ? node->getVmPolicy(type) : nullptr;
         return policy ? &policy->values : nullptr;
     }
 
@@ -62,6 +67,14 @@ public:
     }
 
 private:
+    static const QString *find(const VmNode *node, int key) { return node ? node->values.find(key) : nullptr; }
+    static Values copy(const VmNode *node)
+    {
+        Values values;
+        for (auto it = node->values.cbegin(); it != node->values.cend(); ++it)
+            values.insert(it.key(), it.value());
+        return values;
+    }
     VmItemNode *findItem(const QString &pool, const QString &item) const
     {
         const VmPoolNode *node = m_store->pools.value(pool);

@@ -4,7 +4,7 @@
 // What a client's compiler sees. First, general names that a client may have for itself: our headers take only names that
 // begin with Vm, the namespace VdiVM and RemoteApp.
 enum class RecordAccess { Read };
-enum class ValueCache { Off };
+enum class Values { Off };
 enum class UuidIndex { Off };
 enum class HashedUuid { No };
 enum class Log { Off };

@@ -14,12 +14,12 @@ inline StoreCopy readStore(VmDatabase &database)
     const QList<QString> pools = database.getVmPoolNameList();
     for (const QString &uuid : pools) {
         StoreCopy::Pool &pool = copy.pools[uuid];
-        pool.values = *store.values(uuid);
+        pool.values = store.values(uuid);
         for (const QString &itemUuid : store.items(uuid)) {
             StoreCopy::Item &item = pool.items[itemUuid];
-            item.values = *store.values(uuid, itemUuid);
+            item.values = store.values(uuid, itemUuid);
             for (int type = 0; type <= 10; ++type) {
-                const StoreCopy::Values *values = store.values(uuid, itemUuid, type);
+                const StoreCopy::Values *values = store.policyValues(uuid, itemUuid, type);
                 if (values && !values->isEmpty())
                     item.policies.insert(type, *values);
             }

@@ -35,6 +35,6 @@ private:
     [[maybe_unused]] VmNode *pool;  // Compatibility: not owned and never read; clients are built against the layout
     QMap<int, VmPolicy *> policies; // by VdiVM::PolicyType; owns the records
 
-    // An index, last so that the members before it keep their places. Without it the read of a policy takes a tenth longer.
+    // An index of policies. Without it the read of a policy takes a tenth longer.
     std::array<VmPolicy *, 11> policyByType{};
 };

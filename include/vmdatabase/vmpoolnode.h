@@ -64,6 +64,6 @@ private:
 
     QMap<QString, VmNode *> items; // owned; guarded by no lock
 
-    // An index, last so that the member before it keeps its place. Without it finding an item's pool among 1,000 takes eleven times as long.
+    // An index of items. Without it finding an item's pool among 1,000 takes eleven times as long.
     VmUuidIndex<VmNode> itemIndex;
 };

@@ -16,7 +16,7 @@ private:
     static auto read(VmNode *node, int key, Function function)
     {
         QReadLocker locker(&node->valueLock);
-        const QString *value = node->valueCache.find(node->values, key);
+        const QString *value = node->values.find(key);
         return value ? function(*value) : function(QString());
     }
 

@@ -12,7 +12,7 @@
 template <typename... Keys>
 static constexpr bool shareNoSlot(Keys... keys)
 {
-    return qPopulationCount(((quint32(1) << VmValueCache::slot(keys)) | ...)) == sizeof...(keys);
+    return qPopulationCount(((quint32(1) << VmValues::slot(keys)) | ...)) == sizeof...(keys);
 }
 static_assert(shareNoSlot(VdiVM::UuidKey, VdiVM::IdKey, VdiVM::NameKey, VdiVM::ServerIpKey, VdiVM::OsTypeKey,
                           VdiVM::OsVersionKey, VdiVM::AllowMultiDynamicKey, VdiVM::PoolTypeKey, VdiVM::PoolStatusKey,
@@ -61,14 +61,14 @@ VmNode::~VmNode() = default;
 QString VmNode::getValue(int key)
 {
     QReadLocker locker(&valueLock);
-    const QString *value = valueCache.find(values, key);
+    const QString *value = values.find(key);
     return value ? *value : QString();
 }
 
 void VmNode::setValue(int key, const QString &value)
 {
     QWriteLocker locker(&valueLock);
-    valueCache.insert(values, key, value);
+    values.insert(key, value);
 }
 
 void VmNode::resetValue(int key)

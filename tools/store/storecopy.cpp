@@ -42,7 +42,7 @@ private:
     void removeApps(Change::Table table);
 
     bool findItem();
-    void readValue(const Values &known, const Values *stored, Change where);
+    void readValue(const Values &known, const QString *now, Change where);
     void readAppValue(Change::Table table, int key, const QString &value);
     void add(const Change &change);
 
@@ -64,10 +64,9 @@ void Follower::add(const Change &change)
 }
 
 // What is stored under the key of \a where, in the place of what was known.
-void Follower::readValue(const Values &known, const Values *stored, Change where)
+void Follower::readValue(const Values &known, const QString *now, Change where)
 {
-    const auto now = stored ? stored->constFind(where.key) : Values::const_iterator();
-    if (!stored || now == stored->cend())
+    if (!now)
         return;
     const auto before = known.constFind(where.key);
     if (before != known.cend() && before->isNull() == now->isNull() && *before == *now)
@@ -83,7 +82,7 @@ bool Follower::findPool()
 {
     if (m_copy.pools.contains(m_call.id()))
         return true;
-    if (!m_store.values(m_call.id()))
+    if (!m_store.contains(m_call.id()))
         return false;
     add(pool(Change::Added, m_call.id()));
     return true;
@@ -94,13 +93,12 @@ bool Follower::findItem()
     const auto &items = m_copy.pools.constFind(m_call.id())->items;
     if (items.contains(m_call.item()))
         return true;
-    const Values *stored = m_store.values(m_call.id(), m_call.item());
-    if (!stored)
+    if (!m_store.contains(m_call.id(), m_call.item()))
         return false;
     add(pool(Change::Added, m_call.id(), m_call.item()));
     Change active = pool(Change::Value, m_call.id(), m_call.item());
     active.key = VdiVM::ItemActiveKey; // each has it from the beginning
-    readValue({}, stored, active);
+    readValue({}, m_store.find(active.id, *active.item, active.key), active);
     return true;
 }
 
@@ -109,11 +107,11 @@ void Follower::readNode()
     Change where = pool(Change::Value, m_call.id());
     where.key = m_call.key();
     if (!m_call.isOfItem()) {
-        readValue(m_copy.pools.constFind(where.id)->values, m_store.values(where.id), where);
+        readValue(m_copy.pools.constFind(where.id)->values, m_store.find(where.id, where.key), where);
     } else if (findItem()) {
         where.item = m_call.item();
         readValue(m_copy.pools.constFind(where.id)->items.constFind(*where.item)->values,
-                  m_store.values(where.id, *where.item), where);
+                  m_store.find(where.id, *where.item, where.key), where);
     }
 }
 
@@ -125,7 +123,7 @@ void Follower::readPolicy()
     where.policy = m_call.type();
     where.key = m_call.key();
     readValue(m_copy.pools.constFind(where.id)->items.constFind(*where.item)->policies.value(where.policy),
-              m_store.values(where.id, *where.item, where.policy), where);
+              m_store.findPolicy(where.id, *where.item, where.policy, where.key), where);
 }
 
 void Follower::readDecision()
@@ -135,11 +133,10 @@ void Follower::readDecision()
         const auto known = m_copy.pools.constFind(uuid);
         if (m_call.subject() == Operation::AboutGroup && known->values.value(VdiVM::GroupKey) != m_call.id())
             continue;
-        const Values *stored = m_store.values(uuid);
         for (const int key : {VdiVM::FailedToConnectKey, VdiVM::HiddenKey}) {
             Change where = pool(Change::Value, uuid);
             where.key = key;
-            readValue(m_copy.pools.constFind(uuid)->values, stored, where);
+            readValue(m_copy.pools.constFind(uuid)->values, m_store.find(uuid, key), where);
         }
     }
 }
@@ -149,11 +146,11 @@ void Follower::removeNode()
 {
     const QString uuid = m_call.id();
     for (auto it = m_copy.pools.cbegin(); it != m_copy.pools.cend(); ++it) {
-        if (it->values.value(VdiVM::UuidKey) == uuid && !m_store.values(it.key())) {
+        if (it->values.value(VdiVM::UuidKey) == uuid && !m_store.contains(it.key())) {
             add(pool(Change::Removed, QString(it.key())));
             return;
         }
-        if (it->items.contains(uuid) && !m_store.values(it.key(), uuid)) {
+        if (it->items.contains(uuid) && !m_store.contains(it.key(), uuid)) {
             add(pool(Change::Removed, QString(it.key()), uuid));
             return;
         }
@@ -164,7 +161,7 @@ void Follower::removeServer()
 {
     const QList<QString> pools = m_copy.pools.keys();
     for (const QString &uuid : pools) {
-        if (m_copy.pools.constFind(uuid)->values.value(VdiVM::ServerIpKey) == m_call.id() && !m_store.values(uuid))
+        if (m_copy.pools.constFind(uuid)->values.value(VdiVM::ServerIpKey) == m_call.id() && !m_store.contains(uuid))
             add(pool(Change::Removed, uuid));
     }
 }
@@ -173,7 +170,7 @@ void Follower::removeItems()
 {
     const QList<QString> items = m_copy.pools.value(m_call.id()).items.keys();
     for (const QString &item : items) {
-        if (!m_store.values(m_call.id(), item))
+        if (!m_store.contains(m_call.id(), item))
             add(pool(Change::Removed, m_call.id(), item));
     }
 }
@@ -188,10 +185,8 @@ void Follower::listRemoteApp()
 void Follower::readAppValue(Change::Table table, int key, const QString &value)
 {
     const auto &apps = table == Change::RemoteApps ? m_copy.remoteApps : m_copy.saasApps;
-    const Values stored{{key, value}};
     if (!value.isEmpty())
-        readValue(apps.constFind(m_call.id())->values, &stored,
-                  {table, Change::Value, m_call.id(), {}, 0, key, {}, {}});
+        readValue(apps.constFind(m_call.id())->values, &value, {table, Change::Value, m_call.id(), {}, 0, key, {}, {}});
 }
 
 void Follower::readRemoteApp()

@@ -145,7 +145,7 @@ private:
     QReadWriteLock saasAppLock; // guards saasApps, and only saasApps
     QMap<QString, QSharedPointer<RemoteApp>> saasApps;
 
-    // Indexes, last so that the members before them keep their places. Without them the read of a pool or an application takes twice as long.
+    // Indexes of the tables. Without them the read of a pool or an application takes twice as long.
     VmUuidIndex<VmPoolNode> poolIndex;
     VmUuidIndex<RemoteApp> remoteAppIndex;
 };

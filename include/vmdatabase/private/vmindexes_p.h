@@ -14,49 +14,58 @@
 // What finds the entries of an ordered map faster than the map does. Each class changes map and index together, and
 // nothing else changes either. Walks and lists use the map. No promise of source stability.
 
-/// A direct-mapped cache of the entries of a node's values: one slot for each remainder of a key. Keys that share a slot
-/// take it from each other; the map finds a key that has lost its slot.
+/// A node's values in ascending key order, with a direct-mapped cache of their entries: one slot for each remainder of a
+/// key. Keys that share a slot take it from each other; the map finds a key that has lost its slot.
 ///
-/// An entry of a QMap stays where it is when others are added, and nothing removes one here. Nobody may copy the map: the
-/// next write would detach it from the entries in the cache.
-class VmValueCache
+/// An entry of a QMap stays where it is when others are added, nothing removes one here, and nobody can copy the map, after
+/// which the next write would detach it from the entries in the cache.
+class VmValues
 {
-    using Values = QMap<int, QString>;
+    Q_DISABLE_COPY(VmValues)
+    using Map = QMap<int, QString>;
 
 public:
+    VmValues() = default;
+
     static constexpr size_t slot(int key) { return uint(key) % slotCount; }
 
     /// The value under \a key; null if there is none.
-    const QString *find(const Values &values, int key) const
+    const QString *find(int key) const
     {
-        const Values::iterator entry = entries[slot(key)];
+        const Map::iterator entry = entries[slot(key)];
         if (isOf(key, entry))
             return &entry.value();
         const auto it = values.constFind(key);
         return it == values.cend() ? nullptr : &it.value();
     }
 
-    void insert(Values &values, int key, const QString &value)
+    void insert(int key, const QString &value)
     {
-        Values::iterator &entry = entries[slot(key)];
+        Map::iterator &entry = entries[slot(key)];
         if (isOf(key, entry))
             *entry = value;
         else
             entry = values.insert(key, value);
     }
 
+    Map::const_iterator cbegin() const { return values.cbegin(); }
+    Map::const_iterator cend() const { return values.cend(); }
+
 private:
     static constexpr size_t slotCount = 31;
 
-    static bool isOf(int key, Values::iterator entry) { return entry != Values::iterator() && entry.key() == key; }
+    static bool isOf(int key, Map::iterator entry) { return entry != Map::iterator() && entry.key() == key; }
 
-    std::array<Values::iterator, slotCount> entries;
+    Map values;
+    std::array<Map::iterator, slotCount> entries;
 };
 
-/// A uuid or id with its hash, computed once however many lookups follow. It views the text and does not keep it.
+/// A uuid or id with its hash, computed once however many lookups follow. It views the text and does not keep it, so it
+/// cannot be made from a temporary.
 class VmHashedUuid
 {
 public:
+    VmHashedUuid(const QString &&) = delete;
     VmHashedUuid(const QString &uuid)
         : text(uuid.constData())
         , size(uuid.size())
