@@ -52,15 +52,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         const Outcome outcome = player.play(line);
         const bool isGood = line.kind == FeedLine::Call && outcome.error.isEmpty();
         require(outcome.answer.isUndefined() || isGood, "an answer without a good call");
-        for (const Difference &difference : check.compare(line, outcome))
+        const QVector<Difference> differences = check.compare(line, outcome);
+        for (const Difference &difference : differences)
             said += toText(difference).size();
         const PlayedCall played{
             {QStringLiteral("f"), reader.lineNumber()}, line, outcome, player.stored(line.database)};
         said += overlaps.next(line, reader.lineNumber()).size();
         explanation.follow(played);
-        for (const History::Entry &entry : history.follow(played))
+        const QVector<History::Entry> entries = history.follow(played);
+        for (const History::Entry &entry : entries)
             said += toText(entry).size() + toJson(entry).size();
-        for (const Finding &finding : lint.follow(played))
+        const QVector<Finding> findings = lint.follow(played);
+        for (const Finding &finding : findings)
             said += toText(finding).size() + toJson(finding).size();
         if (line.kind == FeedLine::Case)
             sums.clear();

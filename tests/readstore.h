@@ -13,10 +13,11 @@ inline StoreCopy readStore(VmDatabase &database)
     StoreCopy copy;
     const QList<QString> pools = database.getVmPoolNameList();
     for (const QString &uuid : pools) {
-        StoreCopy::Pool &pool = copy.pools[uuid];
+        StoreCopy::Pool &pool = copy.pools[uuid]; // clazy:exclude=detaching-member (writes)
         pool.values = store.values(uuid);
-        for (const QString &itemUuid : store.items(uuid)) {
-            StoreCopy::Item &item = pool.items[itemUuid];
+        const QList<QString> items = store.items(uuid);
+        for (const QString &itemUuid : items) {
+            StoreCopy::Item &item = pool.items[itemUuid]; // clazy:exclude=detaching-member (writes)
             item.values = store.values(uuid, itemUuid);
             for (int type = 0; type <= 10; ++type) {
                 const StoreCopy::Values *values = store.policyValues(uuid, itemUuid, type);
@@ -27,7 +28,7 @@ inline StoreCopy readStore(VmDatabase &database)
     }
     const QList<QString> remoteApps = database.getAppsIdList();
     for (const QString &id : remoteApps) {
-        StoreCopy::App &app = copy.remoteApps[id];
+        StoreCopy::App &app = copy.remoteApps[id]; // clazy:exclude=detaching-member (writes)
         if (const StoreCopy::Values *values = store.remoteAppValues(id))
             app = {true, *values, database.getRemoteAppControlPolicy(id)};
     }

@@ -7,6 +7,7 @@
 //     name, parameters, arguments, what `key` is, what a recording may hide, what it is about, traits, what it touches
 
 // clang-format off
+// NOLINTBEGIN(misc-definitions-in-headers,performance-unnecessary-value-param): no header; signatures as clients have them
 OPERATION(clear, (), (), None, HidesNothing, AboutDatabase, Removes | Closes, EndsDatabase)
 OPERATION(printDatabase, (), (),
           None, HidesNothing, AboutPools, Reads, ListsPools | UsesPools | UsesAnyPool | ReadsAnyItems)
@@ -88,4 +89,5 @@ OPERATION(getAppsInfo, (), (), None, HidesAnswer, AboutRemoteApps, Reads, ListsA
 OPERATION(getAppsIdList, (), (), None, HidesNothing, AboutNothing, Reads, ListsApps)
 OPERATION(buildKeyName, (QString prefix, QString name), (prefix, name),
           None, HidesNothing, AboutNothing, Reads, TouchesNothing)
+// NOLINTEND(misc-definitions-in-headers,performance-unnecessary-value-param)
 // clang-format on

@@ -54,7 +54,7 @@ Result ClientCall<Function, Result (VmDatabase::*)(Parameters...)>::operator()(P
     }
 }
 
-// NOLINTBEGIN(bugprone-macro-parentheses,performance-unnecessary-value-param): declarations as the library has them
+// NOLINTBEGIN(bugprone-macro-parentheses): names and lists of a declaration
 #define OPERATION(name, parameters, arguments, keys, hides, ...)                                                       \
     Signature<decltype(&VmDatabase::name)>::Result VmDatabase::name parameters                                         \
     {                                                                                                                  \
@@ -62,7 +62,7 @@ Result ClientCall<Function, Result (VmDatabase::*)(Parameters...)>::operator()(P
     }
 #include "operations/operationlist.h"
 #undef OPERATION
-// NOLINTEND(bugprone-macro-parentheses,performance-unnecessary-value-param)
+// NOLINTEND(bugprone-macro-parentheses)
 
 // Constructors and destructors have no address; these are the names of their two and three kinds.
 

@@ -77,7 +77,8 @@ QString describeFinding(const Finding &finding)
         return QStringLiteral("%1 finds nothing to remove%2").arg(describeCall(finding.call), removed);
     case Finding::WheelHidesUngrouped: {
         QStringList pools;
-        for (const QString &pool : finding.pools.mid(0, 3))
+        const QStringList first = finding.pools.mid(0, 3);
+        for (const QString &pool : first)
             pools << shortJson(pool);
         const int more = finding.pools.size() - pools.size();
         return QStringLiteral("wheelVmGroup(\"\") hides pools that are in no group: %1%2")

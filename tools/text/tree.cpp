@@ -130,7 +130,7 @@ static QString describePlace(const RankedPool &pool, const Ranking &ranking)
         return visibility == Rules::Visibility::Shown
                    ? QStringLiteral("  <- still shown: not decided since the values changed")
                    : QString();
-    const QString lead = QStringLiteral("  <- lead: ") + describeReason(ranking);
+    QString lead = QStringLiteral("  <- lead: ") + describeReason(ranking);
     if (visibility != Rules::Visibility::Hidden)
         return lead;
     return lead + (ranking.rule == Rules::GroupRule::Nothing
