@@ -9,6 +9,8 @@
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 
+#include <algorithm>
+
 // The operations with their parameters, in lines of a terminal's width.
 static QString listOperations()
 {
@@ -25,13 +27,6 @@ static QString listOperations()
     return list + line + QLatin1Char('\n');
 }
 
-// Whoever asks for something in particular gets that, and neither answers nor tree.
-static bool asksForView(const Options &options)
-{
-    return options.check || options.diff || options.dump || options.lint || !options.explain.isNull() ||
-           !options.history.isNull();
-}
-
 // "--dump" may have a value, which the parser cannot have.
 static QStringList withoutDumpPool(QStringList arguments, QString &pool)
 {
@@ -46,6 +41,51 @@ static QStringList withoutDumpPool(QStringList arguments, QString &pool)
     return arguments;
 }
 
+static QCommandLineOption makeOption(const char *name, const char *help, const char *valueName = nullptr)
+{
+    return {QLatin1String(name), QLatin1String(help), QLatin1String(valueName)};
+}
+
+// Those of views, and all else.
+static QList<QCommandLineOption> allOptions()
+{
+    QList<QCommandLineOption> options{
+        makeOption("follow", "Play a recording while it grows, and show what is stored then. Only on a terminal."),
+        makeOption("json", "Print JSON, one object a line, for scripts."),
+        makeOption("log", "Write all of the library's log lines to standard error, not only the critical ones."),
+        makeOption("no-tree", "Leave out the tree of what is stored in the end."),
+        makeOption("quiet", "Leave out answers and signals. Bad lines and critical log lines are still reported."),
+        makeOption("stats",
+                   "Print how many calls there were, the time that they and all else took, and the peak memory."),
+        makeOption("strict", "Stop at the first line that is not a good call."),
+        makeOption("until", "Stop after this line of the last FILE and print what is stored then.", "LINE"),
+    };
+    for (const ViewKind &kind : viewKinds()) {
+        if (kind.help)
+            options << makeOption(kind.option, kind.help, kind.valueName);
+    }
+    std::sort(options.begin(), options.end(),
+              [](const auto &a, const auto &b) { return a.names().constFirst() < b.names().constFirst(); });
+    return options;
+}
+
+// Whoever asks for something in particular gets that, and neither answers nor tree.
+static void chooseViews(Options &options, const QCommandLineParser &parser, const QString &dumpPool)
+{
+    for (const ViewKind &kind : viewKinds()) {
+        const QString name = QLatin1String(kind.option);
+        if (kind.help && parser.isSet(name))
+            options.views << qMakePair(&kind, kind.valueName ? parser.value(name) : dumpPool);
+    }
+    const bool asks = !options.views.isEmpty();
+    options.quiet = parser.isSet(QStringLiteral("quiet")) || options.follow || asks;
+    options.check = parser.isSet(QStringLiteral("check"));
+    if (!options.quiet)
+        options.views.prepend(qMakePair(&viewKinds().constFirst(), QString()));
+    if (!asks && !parser.isSet(QStringLiteral("no-tree")))
+        options.views << qMakePair(&viewKinds().constLast(), QString());
+}
+
 Options readOptions(const QStringList &arguments)
 {
     QCommandLineParser parser;
@@ -55,50 +95,13 @@ Options readOptions(const QStringList &arguments)
         "A feed has one call a line: [\"operation\", argument, ...], or an object with what came of it."));
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
-    const QCommandLineOption check(
-        QStringLiteral("check"),
-        QStringLiteral("Compare answers, log lines and signals with the recorded ones, and print what differs."));
-    const QCommandLineOption diff(QStringLiteral("diff"),
-                                  QStringLiteral("Print each call that changed something, and what."));
-    const QCommandLineOption dump(
-        QStringLiteral("dump"),
-        QStringLiteral("Print everything that is stored in the end; with --dump=POOL one pool."));
-    const QCommandLineOption explain(QStringLiteral("explain"),
-                                     QStringLiteral("Print why a pool is shown or hidden in the end."),
-                                     QStringLiteral("POOL"));
-    const QCommandLineOption follow(
-        QStringLiteral("follow"),
-        QStringLiteral("Play a recording while it grows, and show what is stored then. Only on a terminal."));
-    const QCommandLineOption history(
-        QStringLiteral("history"),
-        QStringLiteral("Print every change of a pool, an item or one value, of POOL[/ITEM][:KEY] or 'app ID[:KEY]'."),
-        QStringLiteral("WHAT"));
-    const QCommandLineOption json(QStringLiteral("json"),
-                                  QStringLiteral("Print JSON, one object a line, for scripts."));
-    const QCommandLineOption lint(QStringLiteral("lint"), QStringLiteral("Print what is allowed but suspicious."));
-    const QCommandLineOption log(
-        QStringLiteral("log"),
-        QStringLiteral("Write all of the library's log lines to standard error, not only the critical ones."));
-    const QCommandLineOption noTree(QStringLiteral("no-tree"),
-                                    QStringLiteral("Leave out the tree of what is stored in the end."));
-    const QCommandLineOption quiet(
-        QStringLiteral("quiet"),
-        QStringLiteral("Leave out answers and signals. Bad lines and critical log lines are still reported."));
-    const QCommandLineOption stats(
-        QStringLiteral("stats"),
-        QStringLiteral("Print how many calls there were, the time that they and all else took, and the peak memory."));
-    const QCommandLineOption strict(QStringLiteral("strict"),
-                                    QStringLiteral("Stop at the first line that is not a good call."));
-    const QCommandLineOption until(
-        QStringLiteral("until"), QStringLiteral("Stop after this line of the last FILE and print what is stored then."),
-        QStringLiteral("LINE"));
-    parser.addOptions(
-        {check, diff, dump, explain, follow, history, json, lint, log, noTree, quiet, stats, strict, until});
+    parser.addOptions(allOptions());
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The feeds to play, - for standard input."),
                                  QStringLiteral("FILE..."));
 
     Options options;
-    if (!parser.parse(withoutDumpPool(arguments, options.dumpPool))) {
+    QString dumpPool;
+    if (!parser.parse(withoutDumpPool(arguments, dumpPool))) {
         options.error = parser.errorText();
         return options;
     }
@@ -112,22 +115,16 @@ Options readOptions(const QStringList &arguments)
         return options;
     }
     options.files = parser.positionalArguments();
-    options.check = parser.isSet(check);
-    options.diff = parser.isSet(diff);
-    options.dump = parser.isSet(dump);
-    options.follow = parser.isSet(follow);
-    options.explain = parser.value(explain);
-    options.history = parser.value(history);
-    options.json = parser.isSet(json);
-    options.lint = parser.isSet(lint);
-    options.log = parser.isSet(log);
-    options.quiet = parser.isSet(quiet) || options.follow || asksForView(options);
-    options.stats = parser.isSet(stats);
-    options.strict = parser.isSet(strict);
-    options.tree = !parser.isSet(noTree) && !asksForView(options);
-    options.until = parser.value(until).toLongLong();
-    if (parser.isSet(until) && options.until < 1)
-        options.error = QStringLiteral("--until %1: expected a line number from 1").arg(parser.value(until));
+    options.follow = parser.isSet(QStringLiteral("follow"));
+    options.json = parser.isSet(QStringLiteral("json"));
+    options.log = parser.isSet(QStringLiteral("log"));
+    options.stats = parser.isSet(QStringLiteral("stats"));
+    options.strict = parser.isSet(QStringLiteral("strict"));
+    const QString until = parser.value(QStringLiteral("until"));
+    options.until = until.toLongLong();
+    chooseViews(options, parser, dumpPool);
+    if (parser.isSet(QStringLiteral("until")) && options.until < 1)
+        options.error = QStringLiteral("--until %1: expected a line number from 1").arg(until);
     else if (options.follow && (options.files.size() != 1 || options.files.contains(QStringLiteral("-"))))
         options.error = QStringLiteral("--follow: expected one FILE, which is not standard input");
     else if (options.follow && !Screen::isAvailable())

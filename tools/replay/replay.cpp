@@ -5,7 +5,6 @@
 
 #include "feed/feedreader.h"
 #include "inputfile.h"
-#include "views.h"
 
 #include <QtCore/QThread>
 
@@ -18,12 +17,20 @@ static bool isTyped(const Options &options)
     return options.files.contains(QStringLiteral("-")) && isatty(STDIN_FILENO) == 1;
 }
 
+static bool needChanges(const Options &options)
+{
+    return std::any_of(options.views.cbegin(), options.views.cend(),
+                       [](const auto &view) { return view.first->needsChanges; });
+}
+
 Replay::Replay(const Options &options)
     : m_options(options)
     , m_progress((options.quiet || isatty(STDOUT_FILENO) != 1) && !isTyped(options))
     , m_player(needChanges(options) ? FeedPlayer::FollowsChanges : FeedPlayer::IgnoresChanges)
-    , m_views(makeViews(options, m_player))
+    , m_sink(options.json ? makeJsonSink() : makeTextSink())
 {
+    for (const auto &view : options.views)
+        m_views.push_back(view.first->make({*m_sink, m_player}, view.second));
     m_timer.start();
 }
 

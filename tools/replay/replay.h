@@ -32,6 +32,7 @@ private:
     QElapsedTimer m_timer;
     Progress m_progress;
     FeedPlayer m_player;
+    std::unique_ptr<Sink> m_sink;
     std::vector<std::unique_ptr<View>> m_views;
     std::unique_ptr<Screen> m_screen; // while a growing feed is followed
     qint64 m_shownCalls = -1;

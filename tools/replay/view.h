@@ -14,13 +14,25 @@ struct Played : PlayedCall
     QString heading() const;
 };
 
+class Sink;
+
+/// What a view is made for.
+struct ViewContext
+{
+    Sink &sink;
+    const FeedPlayer &player;
+};
+
 /// What the program was asked to look for. It sees each line that was played, and prints at once or in the end.
 class View
 {
     Q_DISABLE_COPY(View)
 
 public:
-    View() = default;
+    View(const ViewContext &context, const QString &argument)
+        : m_context(context)
+        , m_argument(argument)
+    {}
     virtual ~View() = default;
 
     /// The next line is the first one of a feed.
@@ -30,4 +42,15 @@ public:
 
     /// The feeds have ended, or playing was stopped. Returns whether all was good.
     virtual bool finish() { return true; }
+
+protected:
+    Sink &sink() const { return m_context.sink; }
+    const FeedPlayer &player() const { return m_context.player; }
+
+    /// The option's value; null if it has none.
+    const QString &argument() const { return m_argument; }
+
+private:
+    const ViewContext m_context;
+    const QString m_argument;
 };

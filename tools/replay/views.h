@@ -3,17 +3,19 @@
 
 #pragma once
 
-#include "options.h"
-#include "view.h"
+#include "sink.h"
 
-#include <memory>
-#include <vector>
+#include <QtCore/QVector>
 
-/// What \a options ask for, in the order in which it is printed.
-std::vector<std::unique_ptr<View>> makeViews(const Options &options, const FeedPlayer &player);
+/// A view that can be asked for.
+struct ViewKind
+{
+    const char *option;    ///< Null for the answers, which are printed unless something in particular is asked for.
+    const char *valueName; ///< Null if the option takes no value.
+    const char *help;      ///< Null for what there is without an option.
+    bool needsChanges;     ///< Whether the player has to follow what each call changes.
+    std::unique_ptr<View> (*make)(const ViewContext &context, const QString &argument);
+};
 
-/// Whether one of the views needs to know what each call changed.
-bool needChanges(const Options &options);
-
-/// What is stored in each of the player's databases.
-QString drawTrees(const FeedPlayer &player);
+/// All of them, in the order in which they print.
+const QVector<ViewKind> &viewKinds();
