@@ -4,9 +4,16 @@
 #include "testsupport.h"
 
 #include "presentation/poolordering_p.h"
+#include "rules/order_p.h"
 
 #include <vmdatabase/vmdatabase.h>
 #include <vmdatabase/vmpoolnode.h>
+
+#include <QtCore/QRandomGenerator>
+
+#include <algorithm>
+#include <set>
+#include <vector>
 
 class tst_Decisions : public QObject
 {
@@ -19,6 +26,7 @@ private Q_SLOTS:
     void scenes();
     void inconsistentOrder_data();
     void inconsistentOrder();
+    void certainLead();
     void sortedByRule();
 };
 
@@ -152,33 +160,60 @@ void tst_Decisions::inconsistentOrder()
     }
 }
 
-// The rule a second time: the first number that differs decides, for a failure or a preference by whether it is 0.
-static bool leads(VmPoolNode *a, VmPoolNode *b)
+// A lead is certain exactly if sorting puts the same pool first from whatever order.
+void tst_Decisions::certainLead()
 {
-    const auto isSame = [=](int key) { return a->getValue(key).toUInt() == b->getValue(key).toUInt(); };
-    if (!isSame(VdiVM::FailedToConnectKey))
-        return b->getValue(VdiVM::FailedToConnectKey).toUInt() > 0;
-    if (!isSame(VdiVM::PreferredKey))
-        return b->getValue(VdiVM::PreferredKey).toUInt() == 0;
-    return a->getValue(VdiVM::PriorityKey).toUInt() > b->getValue(VdiVM::PriorityKey).toUInt();
+    struct Pool : Rules::Rank
+    {
+        size_t position;
+    };
+    QRandomGenerator random(1);
+    for (int round = 0; round < 1000; ++round) {
+        std::vector<Pool> pools(size_t(random.bounded(2, 7)));
+        for (size_t i = 0; i < pools.size(); ++i)
+            pools[i] = {{random.bounded(3u), random.bounded(3u), random.bounded(2u)}, i};
+        const Rules::Lead lead = Rules::findLead(pools);
+        std::set<size_t> leads;
+        do {
+            std::vector<Pool> sorted = pools;
+            Rules::sortPools(sorted);
+            leads.insert(sorted.front().position);
+        } while (std::next_permutation(pools.begin(), pools.end(),
+                                       [](const Pool &a, const Pool &b) { return a.position < b.position; }));
+        QVERIFY2(lead.isCertain() == (leads.size() == 1), "round " + QByteArray::number(round));
+        QVERIFY2(std::includes(lead.contenders.begin(), lead.contenders.end(), leads.begin(), leads.end()),
+                 "round " + QByteArray::number(round));
+        QVERIFY(!lead.isCertain() || lead.contenders.size() == 1);
+    }
+}
+
+static Rules::Rank rankOf(VmPoolNode *pool)
+{
+    const auto number = [pool](int key) { return pool->getValue(key).toUInt(); };
+    return pool
+               ? Rules::Rank{number(VdiVM::FailedToConnectKey), number(VdiVM::PreferredKey), number(VdiVM::PriorityKey)}
+               : Rules::Rank{1, 0, 0};
 }
 
 // The order is that of qSort() with the rule, whatever the flags.
 void tst_Decisions::sortedByRule()
 {
-    quint32 random = 1;
-    const auto next = [&random] { return QString::number((random = random * 1664525 + 1013904223) >> 30); };
+    QRandomGenerator random(1);
     for (int size = 0; size < 60; ++size) {
         QList<VmPoolNode *> pools;
         for (int i = 0; i < size; ++i) {
-            pools << new VmPoolNode;
-            for (const int key : {VdiVM::PriorityKey, VdiVM::FailedToConnectKey, VdiVM::PreferredKey})
-                pools[i]->setValue(key, next());
+            pools << (random.bounded(8) == 0 ? nullptr : new VmPoolNode);
+            for (const int key : {VdiVM::PriorityKey, VdiVM::FailedToConnectKey, VdiVM::PreferredKey}) {
+                if (pools[i])
+                    pools[i]->setValue(key, QString::number(random.bounded(4)));
+            }
         }
         QList<VmPoolNode *> expected = pools;
         QT_WARNING_PUSH
         QT_WARNING_DISABLE_DEPRECATED
-        qSort(expected.begin(), expected.end(), leads);
+        qSort(expected.begin(), expected.end(), [](VmPoolNode *a, VmPoolNode *b) {
+            return Rules::precedence(rankOf(a), rankOf(b)) != Rules::Precedence::None;
+        });
         QT_WARNING_POP
         sortPools(pools);
         for (int i = 0; i < size; ++i)

@@ -59,7 +59,7 @@ struct Lead
         Equal,               ///< None: some are alike in all that ranks them.
     };
     Reason reason = OnlyPool;
-    std::vector<size_t> contenders; ///< Positions of those that lead in one order or another; one if it is certain.
+    std::vector<size_t> contenders; ///< Positions; no other pool can come first. One if it is certain.
 
     bool isCertain() const { return reason < ClashingFailures; }
 };
