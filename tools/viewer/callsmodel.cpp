@@ -162,7 +162,21 @@ QVariant CallsModel::headerData(int section, Qt::Orientation orientation, int ro
         return tr("Seconds since the recording began");
     if (role != Qt::DisplayRole)
         return {};
-    return QStringList{tr("Line"), tr("Time"), tr("Thread"), tr("Call"), tr("Answer")}.at(section);
+    switch (Column(section)) {
+    case LineColumn:
+        return tr("Line");
+    case TimeColumn:
+        return tr("Time");
+    case ThreadColumn:
+        return tr("Thread");
+    case CallColumn:
+        return tr("Call");
+    case AnswerColumn:
+        return tr("Answer");
+    case ColumnCount:
+        break;
+    }
+    return {};
 }
 
 ProblemsModel::ProblemsModel(const FeedDocument &document, QObject *parent)

@@ -192,5 +192,19 @@ QVariant HistoryModel::headerData(int section, Qt::Orientation orientation, int 
         return int(Qt::AlignVCenter) | int(section == LineColumn ? Qt::AlignRight : Qt::AlignLeft);
     if (role != Qt::DisplayRole)
         return {};
-    return QStringList{tr("Line"), tr("Call"), tr("What"), tr("Before"), tr("After")}.at(section);
+    switch (Column(section)) {
+    case LineColumn:
+        return tr("Line");
+    case CallColumn:
+        return tr("Call");
+    case WhatColumn:
+        return tr("What");
+    case BeforeColumn:
+        return tr("Before");
+    case AfterColumn:
+        return tr("After");
+    case ColumnCount:
+        break;
+    }
+    return {};
 }
