@@ -200,7 +200,7 @@ int main(int argc, char **argv)
     QTextStream screen(stdout);
     Store store;
 
-    // Queued: the signal is emitted with the mutex held, and a slot that runs at once would wait for it for ever.
+    // Queued: the signal is emitted with the mutex held, and a slot that runs at once would wait for it forever.
     const auto drawApplications = [&] { screen << "Applications\n" << applications(store) << '\n'; };
     QObject::connect(&store.database, &VmDatabase::remoteAppsUpdated, &application, drawApplications,
                      Qt::QueuedConnection);
