@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: 2026 The vmdatabase authors
 # SPDX-License-Identifier: MIT
 
-# What it costs to record a call, in one thread and in two, beside the same call alone and under ltrace where that is
+# What it costs to record a call, in one thread and in two, compared with the same call alone and under ltrace where that is
 # installed. Each figure is the best of five runs: microseconds that go by for a call, and the processor's.
 set -euo pipefail
 cd "$(dirname "$0")/.."

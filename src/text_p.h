@@ -5,7 +5,7 @@
 
 #include <QtCore/QString>
 
-// What the library answers and reads in texts.
+// What the library returns and reads in texts.
 
 /// Empty but not null. Unlike QString("") it allocates nothing.
 inline QString emptyText()

@@ -117,7 +117,7 @@ QString VmDatabasePrivate::getUuidByParentUuid(const QString &parentUuid)
             uuid = item->getValue(VdiVM::UuidKey);
         break;
     }
-    // Compatibility: written with the lock held, whether or not there is an answer.
+    // Compatibility: written with the lock held, whether or not a uuid is found.
     Log::info("getUuidByParentUuid") << "999 uuid = " << uuid << ", parent uuid = " << parentUuid;
     return uuid;
 }

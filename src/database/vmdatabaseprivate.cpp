@@ -65,7 +65,7 @@ VmPoolNode *VmDatabasePrivate::getVmPool(const QString &parentUuid)
         pool->setValue(VdiVM::UuidKey, parentUuid);
         poolIndex.insert(pools, parentUuid, hashed, pool);
     }
-    // Another thread may have replaced or removed the new pool: what the table holds now is the answer.
+    // Another thread may have replaced or removed the new pool: what the table holds now is returned.
     QReadLocker locker(&poolLock);
     return poolIndex.value(hashed);
 }

@@ -64,7 +64,7 @@ QList<VmNode *> VmPoolNode::getVmItemList()
 
 QList<VmNode *> VmPoolNode::getItemList()
 {
-    return items.values() << this; // clazy:exclude=container-anti-pattern (the list is the answer)
+    return items.values() << this; // clazy:exclude=container-anti-pattern (the list is returned)
 }
 
 VmNode *VmPoolNode::getDynamicVmItem()

@@ -59,7 +59,7 @@ enum class PoolRule {
     Always,      ///< Shown whatever it holds.
 };
 
-/// \a pool is a PoolFacts or answers the same. It is asked no more than decides.
+/// \a pool is a PoolFacts or has the same functions. Only those that decide are called.
 template <typename Pool>
 PoolRule poolRule(const Pool &pool)
 {
@@ -108,7 +108,7 @@ private:
     bool m_allowsSeveral = false;
 };
 
-/// Whether the wheel may answer a pool. It shows its lead all the same.
+/// Whether the wheel may return a pool. It shows its lead nevertheless.
 constexpr bool isUsable(uint failed)
 {
     return failed == 0;
