@@ -14,7 +14,7 @@
 /// The record of one application, remote or SaaS: texts by integer key and a control policy that the library does not
 /// interpret. Every `int` is a key, negative ones included; see VdiVM::AppKey. No operation logs.
 ///
-/// The values are thread-safe: getValue() and setValue() take the record's own lock, and an answer can be stale at
+/// The values are thread-safe: getValue() and setValue() take the record's own lock, and a result can be stale at
 /// once. The control policy has no lock: see its operations.
 class VMDATABASE_EXPORT RemoteApp : public QObject
 {
@@ -30,19 +30,19 @@ public:
 
     ~RemoteApp() override;
 
-    /// The text stored under \a key; an empty, not null text if there is none (VmNode answers a null one).
+    /// Returns the text stored under \a key; an empty, not null text if there is none (VmNode returns a null one).
     QString getValue(int key);
 
     /// Stores \a value under \a key in place of what was there. An empty text is ignored: a stored value can be
     /// replaced, but neither emptied nor removed.
     void setValue(int key, const QString &value);
 
-    /// Replaces the whole control policy. No lock: no other thread may read it meanwhile, also through a reference, or
-    /// replace it.
+    /// Replaces the whole control policy. No lock: during the call no other thread may replace it or read it, not even
+    /// through a reference.
     void setControlPolicy(const QJsonObject &policy);
 
-    /// The control policy itself, not a copy: the reference shows what a later setControlPolicy() stores, and ends with
-    /// the record. No lock: no other thread may call setControlPolicy() while the reference is read.
+    /// Returns a reference to the control policy itself, which shows what a later setControlPolicy() stores and is
+    /// valid as long as the record. No lock: no other thread may call setControlPolicy() while the reference is read.
     const QJsonObject &getControlPolicy() const;
 
 private:

@@ -10,7 +10,7 @@ namespace VdiVM {
 
 /// The kind of a node. Every number but ItemNode names a pool; setNodeValue() refuses UnknownNode.
 enum VmType : int {
-    UnknownNode = 0, ///< A bare VmNode; also the answer for a node that does not exist.
+    UnknownNode = 0, ///< A bare VmNode; also returned for a node that does not exist.
     PoolNode = 1,    ///< A pool of virtual machines.
     ItemNode = 2,    ///< One virtual machine inside a pool.
 };

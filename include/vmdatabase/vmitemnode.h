@@ -27,8 +27,8 @@ public:
     /// Releases the policy records. Compatibility: that of type 10 stays allocated.
     ~VmItemNode() override;
 
-    /// The record of policy \a type, the same one on every call and valid as long as the item; null for 5, for negative
-    /// numbers and for those above 10. No lock. Logs nothing.
+    /// Returns the record of policy \a type, the same one on every call and valid as long as the item; null for 5, for
+    /// negative numbers and for those above 10. No lock. Logs nothing.
     VmPolicy *getVmPolicy(int type);
 
 private:

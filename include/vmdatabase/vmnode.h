@@ -13,8 +13,8 @@
 
 /// The record of one node, a pool or an item: texts by integer key. Every `int` is a key; see VdiVM::NodeKey.
 ///
-/// Thread-safe while it exists. Each operation takes the record's own lock for the call; an answer can be stale at
-/// once. No thread may still use a node that its owner deletes.
+/// Thread-safe while it exists. Each operation takes the record's own lock for the call; a result can be stale at
+/// once. No thread may still be using a node when its owner deletes it.
 class VMDATABASE_EXPORT VmNode : public QObject
 {
     Q_OBJECT
@@ -25,7 +25,7 @@ public:
     explicit VmNode(QObject *parent = nullptr);
     ~VmNode() override;
 
-    /// The text stored under \a key; a null text if there is none.
+    /// Returns the text stored under \a key; a null text if there is none.
     QString getValue(int key);
 
     /// Stores \a value under \a key in place of what was there. An empty text is stored like any other.

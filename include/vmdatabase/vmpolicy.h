@@ -9,10 +9,10 @@
 #include <QtCore/QReadWriteLock>
 #include <QtCore/QString>
 
-/// One policy of one item: texts by integer key. Every `int` is a key, negative ones included, and all are alike.
+/// One policy of one item: texts by integer key. Every `int`, negative ones included, is a key like any other.
 ///
-/// Thread-safe while it exists. Each operation takes the record's own lock for the call and logs nothing; an answer can
-/// be stale at once. A plain class, not a QObject, not for deriving from.
+/// Thread-safe while it exists. Each operation takes the record's own lock for the call and logs nothing; a result can
+/// be stale at once. A plain class, not a QObject, and not meant as a base class.
 class VMDATABASE_EXPORT VmPolicy
 {
     Q_DISABLE_COPY(VmPolicy)
@@ -22,7 +22,7 @@ public:
     VmPolicy();
     ~VmPolicy();
 
-    /// The text stored under \a key; a null text if there is none.
+    /// Returns the text stored under \a key; a null text if there is none.
     QString getValue(int key);
 
     /// Stores \a value under \a key in place of what was there. An empty text is stored like any other.

@@ -28,10 +28,10 @@ public:
     /// but not deleted; the caller owns it again.
     void appendVmItem(VmNode *item, const QString &uuid);
 
-    /// The item \a uuid; null if there is none.
+    /// Returns the item \a uuid; null if there is none.
     VmNode *getVmItem(const QString &uuid);
 
-    /// Whether there is an entry \a uuid, a null pointer included.
+    /// Returns whether there is an entry \a uuid, a null pointer included.
     bool isExistVmItem(const QString &uuid);
 
     /// Deletes the item \a uuid at once and then removes its entry: what is connected to its destroyed() must not use
@@ -42,20 +42,20 @@ public:
     /// must not use the pool.
     void clearVmItem();
 
-    /// The number of entries plus one, for the pool itself: 1 for an empty pool.
+    /// Returns the number of entries plus one, for the pool itself: 1 for an empty pool.
     int getItemCount();
 
-    /// The items, null pointers included.
+    /// Returns the items, null pointers included.
     QList<VmNode *> getVmItemList();
 
-    /// The items, null pointers included, and then the pool itself.
+    /// Returns the items, null pointers included, and then the pool itself.
     QList<VmNode *> getItemList();
 
-    /// The pool's only item, whatever its state; null when the pool has no entry or more than one.
+    /// Returns the pool's only item, whatever its state; null if the pool has no entry or more than one.
     VmNode *getDynamicVmItem();
 
-    /// Whether any item's VdiVM::ItemActiveKey reads as the number 1 ("1", "01"; not "true", not "2", not empty). Takes
-    /// the lock of each item in turn. Can be stale at once.
+    /// Returns whether any item's VdiVM::ItemActiveKey reads as the number 1 ("1", "01"; not "true", not "2", not
+    /// empty). Takes the lock of each item in turn. The result can be stale at once.
     bool haveActiveItem();
 
 private:

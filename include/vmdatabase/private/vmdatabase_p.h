@@ -42,15 +42,15 @@ public:
     /// to it stay usable until then.
     void clearVmPoolList();
 
-    /// Every pool. No lock: no other thread may add or remove pools meanwhile.
+    /// Every pool. No lock: no other thread may add or remove pools during the call.
     QList<VmPoolNode *> getPoolNodeList();
 
     void printDatabase();
 
     /// The pool \a parentUuid, created if there is none. Null, with the report "parent uuid is empty!!", for an empty
     /// uuid. Null, silently, if another thread removed the pool that this call has just created. Locked for the lookup
-    /// only. Compatibility: if two threads create one pool at once, the earlier object is lost, neither deleted nor
-    /// reachable; a caller may have got it.
+    /// only. Compatibility: if two threads create the same pool concurrently, the earlier object is lost, neither
+    /// deleted nor reachable; it may have been returned to a caller.
     VmPoolNode *getVmPool(const QString &parentUuid);
 
     /// @}
@@ -60,7 +60,7 @@ public:
     QString getNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key);
     QString getPoolNodeValue(const QString &uuid, int key);
 
-    /// Refuses less than the public operation: VdiVM::UnknownNode is a pool, an empty item uuid is a uuid.
+    /// Refuses less than the public operation: treats VdiVM::UnknownNode as a pool and an empty item uuid as a uuid.
     void setNodeValue(const QString &parentUuid, const QString &uuid, const VdiVM::VmType &type, int key,
                       const QString &value);
     void setPoolNodeValue(const QString &uuid, int key, const QString &value);
@@ -113,7 +113,7 @@ public:
     QString getRemoteAppId(int index);
     QString getRemoteAppValue(QString appId, int key);
 
-    /// As getRemoteAppValue(), but an id without a record answers a null text and is not logged.
+    /// As getRemoteAppValue(), but returns a null text for an id without a record and logs nothing.
     QString getRemoteAppValueByName(const QString &appId, int key);
     void setRemoteAppValue(QString appId, int key, const QString &value);
     void deleteRemoteApp(QString appId);

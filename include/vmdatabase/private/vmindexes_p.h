@@ -11,14 +11,17 @@
 #include <cstring>
 #include <utility>
 
-// What finds the entries of an ordered map faster than the map does. Each class changes map and index together, and
-// nothing else changes either. Walks and lists use the map. No promise of source stability.
+// What finds the entries of an ordered map faster than the map does. Walks and lists use the map. No promise of source
+// stability.
+//
+// Each makes the class that has it larger, and so moves the members of classes derived from it. No inline function
+// touches a private member, so it is the sizes alone that clients are built against.
 
-/// A node's values in ascending key order, with a direct-mapped cache of their entries: one slot for each remainder of a
-/// key. Keys that share a slot take it from each other; the map finds a key that has lost its slot.
+/// The values of a node: a map, and a direct-mapped cache of its entries with one slot for each remainder of a key.
+/// Keys that share a slot take it from each other; the map finds a key that has lost its slot.
 ///
-/// An entry of a QMap stays where it is when others are added, nothing removes one here, and nobody can copy the map, after
-/// which the next write would detach it from the entries in the cache.
+/// An entry of a QMap stays where it is when others are added, and nothing removes one here. A copy of the map would
+/// make the next write detach it from the entries in the cache, so there is none.
 class VmValues
 {
     Q_DISABLE_COPY(VmValues)
@@ -60,8 +63,8 @@ private:
     std::array<Map::iterator, slotCount> entries;
 };
 
-/// A uuid or id with its hash, computed once however many lookups follow. It views the text and does not keep it, so it
-/// cannot be made from a temporary.
+/// A uuid or id with its hash, computed once however many lookups follow. It is a view of the text and does not keep
+/// it, so there is none of a temporary. Null equals empty.
 class VmHashedUuid
 {
 public:
@@ -111,8 +114,8 @@ public:
     /// As find(), without the difference between a null pointer and no entry.
     Record *value(const VmHashedUuid &uuid) const { return entries.value(uuid); }
 
-    /// Adds the entry, or replaces its record; \a hashed is made from \a uuid, whose text the map's key shares. Adds nothing
-    /// to either when memory runs out.
+    /// Adds the entry, or replaces its record; \a hashed is made from \a uuid, whose text the map's key shares. Adds
+    /// nothing to either when memory runs out.
     void insert(Map &map, const QString &uuid, const VmHashedUuid &hashed, Record *record)
     {
         const auto entry = map.insert(uuid, record);
