@@ -144,8 +144,8 @@ void tst_Feed::sinceThen()
             line.kind = FeedLine::Call;
             line.call = call;
             played += formatLine(line) + '\n';
-            LiveObjects::ownLeftPolicies();
             const Outcome outcome = player.play(line);
+            LiveObjects::ownLeftPolicies();
             explanation.follow({{u"f"_s, 1}, line, outcome, player.stored()});
         };
         for (int i = 0; i < 12; ++i)
